@@ -1,0 +1,30 @@
+// Defaults for the parts of the program that start-up reaches but that are
+// not built yet. Each definition moves to its own subsystem when it lands.
+#include "app/later_parts.h"
+
+namespace quivel {
+
+void readConfiguration(const std::string &) {}
+void writeConfiguration() {}
+StartupPreferences startupPreferences() { return {}; }
+
+Widget openView(const std::vector<std::string> &) { return nullptr; }
+Widget openBrowser(const std::string &) { return nullptr; }
+Widget startSlideShow(const std::string &) { return nullptr; }
+bool anyViewOpen() { return false; }
+bool browserOpen() { return false; }
+
+void openFilesDialog(Widget) {}
+void browseDialog(Widget) {}
+void optionsDialog(Widget) {}
+void releaseToolbarResources() {}
+
+void ViewDoCommand(Widget, XEvent *, String *, Cardinal *) {}
+void ViewKeyScroll(Widget, XEvent *, String *, Cardinal *) {}
+void ViewClose(Widget, XEvent *, String *, Cardinal *) {}
+void BrowserDoCommand(Widget, XEvent *, String *, Cardinal *) {}
+void BrowserDoPopup(Widget, XEvent *, String *, Cardinal *) {}
+void FilelistDoCommand(Widget, XEvent *, String *, Cardinal *) {}
+void DoBubble(Widget, XEvent *, String *, Cardinal *) {}
+
+}  // namespace quivel

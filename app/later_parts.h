@@ -1,0 +1,54 @@
+// What start-up and the exit path ask of the rest of the program: the
+// configuration, the views, the browser and the slide show. Each function
+// here is implemented by the subsystem that owns it; a subsystem not built
+// yet answers with a plain default (nothing opened, built-in settings).
+#pragma once
+
+#include <X11/Intrinsic.h>
+
+#include <string>
+#include <vector>
+
+namespace quivel {
+
+// Configuration: read once at start-up (the -ini file, or "" for the default
+// one), written on the way out.
+void readConfiguration(const std::string &iniFile);
+void writeConfiguration();
+
+// The start-up choices the configuration makes.
+struct StartupPreferences {
+    bool openAll = false;                 // one window per picture
+    bool launchBrowser = false;           // open the browser at start-up
+    bool popupInView = false;             // popup menu instead of a menu bar
+    bool startInSpecifiedFolder = false;  // the browser starts in `startFolder`
+    std::string startFolder;
+};
+StartupPreferences startupPreferences();
+
+// Windows. Each returns the shell it opened (or raised), or nullptr.
+Widget openView(const std::vector<std::string> &files);   // one view over the files
+Widget openBrowser(const std::string &folder);            // "" for the default folder
+Widget startSlideShow(const std::string &slideFile);
+bool anyViewOpen();
+bool browserOpen();
+
+// Dialogs reached from the initial window.
+void openFilesDialog(Widget parent);
+void browseDialog(Widget parent);
+void optionsDialog(Widget parent);
+
+// Released on the way out.
+void releaseToolbarResources();
+
+// The eight global actions, registered at start-up in this order.
+void ViewDoCommand(Widget, XEvent *, String *, Cardinal *);
+void ViewKeyScroll(Widget, XEvent *, String *, Cardinal *);
+void ViewClose(Widget, XEvent *, String *, Cardinal *);
+void BrowserDoCommand(Widget, XEvent *, String *, Cardinal *);
+void BrowserDoPopup(Widget, XEvent *, String *, Cardinal *);
+void UrlClick(Widget, XEvent *, String *, Cardinal *);
+void FilelistDoCommand(Widget, XEvent *, String *, Cardinal *);
+void DoBubble(Widget, XEvent *, String *, Cardinal *);
+
+}  // namespace quivel

@@ -1,0 +1,88 @@
+// Picture buffers: every pixel and palette buffer of a Picture is made here
+// and released here, so that callers never mix allocators.
+#include "zentar.h"
+
+#include <cstdlib>
+#include <cstring>
+
+namespace {
+
+// A single picture buffer larger than this is refused rather than attempted:
+// a hostile header must turn into "Not enough memory", not into a process
+// that the kernel kills.
+constexpr uint64_t kMaxPictureBytes = uint64_t(4) << 30;
+constexpr int kMaxSide = 1 << 20;
+
+int bytesPerPixelForType(int type) {
+    switch (type) {
+    case ZNT_BINARY:
+    case ZNT_GREY:
+    case ZNT_PALETTE:
+    case ZNT_RGB:
+    case ZNT_BGR:
+        return type == ZNT_RGB || type == ZNT_BGR ? 3 : 1;
+    case ZNT_RGBA:
+    case ZNT_ABGR:
+    case ZNT_BGRA:
+    case ZNT_ARGB:
+        return 4;
+    default:
+        return 0;
+    }
+}
+
+}  // namespace
+
+extern "C" {
+
+int zntAllock(Picture *picture, int type, int bitsPerComponent, int width, int height) {
+    if (picture == nullptr) return 0;
+    const int bpp = bytesPerPixelForType(type);
+    if (bpp == 0 || width < 1 || height < 1 || width > kMaxSide || height > kMaxSide) return 0;
+    const uint64_t bytesPerLine =
+        type == ZNT_BINARY ? (uint64_t(width) + 7) / 8 : uint64_t(width) * uint64_t(bpp);
+    const uint64_t total = bytesPerLine * uint64_t(height);
+    if (total > kMaxPictureBytes) return 0;
+
+    uint8_t *data = static_cast<uint8_t *>(std::calloc(total, 1));
+    if (data == nullptr) return 0;
+    uint8_t *palette = nullptr;
+    if (type == ZNT_PALETTE) {
+        palette = static_cast<uint8_t *>(std::calloc(768, 1));
+        if (palette == nullptr) {
+            std::free(data);
+            return 0;
+        }
+    }
+
+    picture->width = uint32_t(width);
+    picture->height = height;
+    picture->bytesPerLine = uint32_t(bytesPerLine);
+    picture->type = int16_t(type);
+    picture->bytesPerPixel = uint16_t(bpp);
+    picture->bitsPerComponent = int16_t(bitsPerComponent);
+    picture->colorModel = 0;
+    picture->resolutionX = 0;
+    picture->resolutionY = 0;
+    picture->numberOfColors = type == ZNT_BINARY ? 2 : (type & (ZNT_GREY | ZNT_PALETTE)) ? 256 : 0;
+    picture->transparentIndex = -1;
+    picture->palette = palette;
+    picture->data = data;
+    return 1;
+}
+
+uint8_t *zntAllockPalette(Picture *picture) {
+    if (picture == nullptr) return nullptr;
+    if (picture->palette == nullptr) picture->palette = static_cast<uint8_t *>(std::calloc(768, 1));
+    return picture->palette;
+}
+
+void zntFree(Picture *picture) {
+    if (picture == nullptr) return;
+    std::free(picture->data);
+    std::free(picture->palette);
+    picture->data = nullptr;
+    picture->palette = nullptr;
+}
+
+}
