@@ -14,3 +14,12 @@ void zntVersion(char *text) {
 }
 
 }
+
+// The format table: empty until the formats are added.
+extern "C" {
+
+int zntCount(void) { return 0; }
+
+const char *zntFormatGetName(int) { return nullptr; }
+
+}
