@@ -308,6 +308,8 @@ void pressKey(Display *display, const std::string &keysym, const std::vector<std
     XTestFakeKeyEvent(display, code, False, CurrentTime);
     for (auto it = held.rbegin(); it != held.rend(); ++it) XTestFakeKeyEvent(display, *it, False, CurrentTime);
     XSync(display, False);
+    // Keys come at a person's pace: menus post and grab between two keys.
+    sleepMs(40);
 }
 
 void typeText(Display *display, const std::string &text) {
