@@ -206,3 +206,22 @@ TEST(Startup, AboutBoxLinksStartTheWebBrowserSafely) {
     EXPECT_TRUE(std::regex_search(args, std::regex(R"(\[-remote\]\n\[mailto\([^)\s]+@[^)\s]+\)\])"))) << args;
     EXPECT_TRUE(std::regex_search(args, std::regex(R"(\[http://[^\]\s]+\])"))) << args;
 }
+
+TEST(Startup, FallbackResourcesGiveTheLookUnlessNoRes) {
+    XServer server({.depth = 24});
+    uint32_t colour[2];
+    for (bool noRes : {false, true}) {
+        App app(server, noRes ? std::vector<std::string>{"-nores"} : std::vector<std::string>{});
+        Window window = waitForWindow(server.display(), "Quivel v1.50");
+        ASSERT_NE(window, 0u);
+        // The menu bar's background, between its two buttons.
+        waitUntil([&] { return capture(server.display(), window).at(100, 12) != 0; }, 2000);
+        colour[noRes] = capture(server.display(), window).at(100, 12);
+        if (!noRes) {
+            EXPECT_EQ(app.errors().find("Warning"), std::string::npos) << "every font and colour exists:\n"
+                                                                       << app.errors();
+        }
+    }
+    EXPECT_EQ(colour[0], 0xd9d9d9u);
+    EXPECT_NE(colour[1], 0xd9d9d9u);
+}
