@@ -67,9 +67,18 @@ Usage : \S+/quivel \[options\] file \.\.\.
 TEST(Startup, HelpAfterAnOptionIsAFileName) {
     XServer server({.depth = 24});
     App app(server, {"-v", "-help"});
-    ASSERT_NE(waitForWindow(server.display(), "Quivel v1.50"), 0u) << app.errors();
+    Window window = waitForWindow(server.display(), "Quivel v1.50");
+    ASSERT_NE(window, 0u) << app.errors();
     EXPECT_EQ(app.output().find("Usage :"), std::string::npos);
     EXPECT_NE(app.output().find("Type "), std::string::npos);
+    // The main window records the command line as it was given.
+    char **argv = nullptr;
+    int argc = 0;
+    ASSERT_TRUE(XGetCommand(server.display(), window, &argv, &argc));
+    ASSERT_EQ(argc, 3);
+    EXPECT_EQ(std::string(argv[0]), testsupport::programPath("quivel"));
+    EXPECT_EQ(std::string(argv[2]), "-help");
+    XFreeStringList(argv);
 }
 
 TEST(Startup, EightBitPseudoColorGetsTheLargestCubeThatFits) {
@@ -224,4 +233,20 @@ TEST(Startup, FallbackResourcesGiveTheLookUnlessNoRes) {
     }
     EXPECT_EQ(colour[0], 0xd9d9d9u);
     EXPECT_NE(colour[1], 0xd9d9d9u);
+}
+
+TEST(Startup, OwnColormapHoldsTheFullCube) {
+    // A private colormap has every cell free, so the 8x8x4 cube is stored whole.
+    XServer server({.depth = 8, .visualClass = kPseudoColor});
+    App app(server, {"-v", "-own"});
+    ASSERT_NE(waitForWindow(server.display(), "Quivel v1.50"), 0u) << app.errors();
+    EXPECT_TRUE(app.waitForOutput("Use 8x8x4 colormap \n")) << app.output();
+}
+
+TEST(Startup, DirectColorDefaultVisualGetsItsRamp) {
+    constexpr int kDirectColor = 5;
+    XServer server({.depth = 24, .visualClass = kDirectColor});
+    App app(server, {"-v", "-visualid", "0"});
+    ASSERT_NE(waitForWindow(server.display(), "Quivel v1.50"), 0u) << app.errors();
+    EXPECT_NE(app.errors().find("Use DirectColor visual"), std::string::npos) << app.errors();
 }
