@@ -25,6 +25,5 @@ void ViewClose(Widget, XEvent *, String *, Cardinal *) {}
 void BrowserDoCommand(Widget, XEvent *, String *, Cardinal *) {}
 void BrowserDoPopup(Widget, XEvent *, String *, Cardinal *) {}
 void FilelistDoCommand(Widget, XEvent *, String *, Cardinal *) {}
-void DoBubble(Widget, XEvent *, String *, Cardinal *) {}
 
 }  // namespace quivel

@@ -41,7 +41,8 @@ void optionsDialog(Widget parent);
 // Released on the way out.
 void releaseToolbarResources();
 
-// The eight global actions, registered at start-up in this order.
+// Global actions registered at start-up (with UrlClick, and DoBubble of the
+// bubble-help widget).
 void ViewDoCommand(Widget, XEvent *, String *, Cardinal *);
 void ViewKeyScroll(Widget, XEvent *, String *, Cardinal *);
 void ViewClose(Widget, XEvent *, String *, Cardinal *);
@@ -49,6 +50,5 @@ void BrowserDoCommand(Widget, XEvent *, String *, Cardinal *);
 void BrowserDoPopup(Widget, XEvent *, String *, Cardinal *);
 void UrlClick(Widget, XEvent *, String *, Cardinal *);
 void FilelistDoCommand(Widget, XEvent *, String *, Cardinal *);
-void DoBubble(Widget, XEvent *, String *, Cardinal *);
 
 }  // namespace quivel

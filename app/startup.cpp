@@ -21,6 +21,7 @@
 #include "app/later_parts.h"
 #include "app/signals.h"
 #include "app/x_app.h"
+#include "widgets/bubble_help.h"
 #include "zentar.h"
 
 namespace quivel {
@@ -38,7 +39,7 @@ XtActionsRec kGlobalActions[] = {
     {const_cast<String>("BrowserDoPopup"), BrowserDoPopup},
     {const_cast<String>("UrlClick"), UrlClick},
     {const_cast<String>("FilelistDoCommand"), FilelistDoCommand},
-    {const_cast<String>("DoBubble"), DoBubble},
+    {const_cast<String>("DoBubble"), ::DoBubble},
 };
 
 // Back to the defaults of the start-up settings; the working folder stays.
