@@ -242,6 +242,15 @@ std::vector<Window> allWindows(Display *display) {
     return found;
 }
 
+std::vector<Window> mappedWindows(Display *display) {
+    std::vector<Window> mapped;
+    for (Window w : allWindows(display)) {
+        XWindowAttributes attributes;
+        if (XGetWindowAttributes(display, w, &attributes) && attributes.map_state == IsViewable) mapped.push_back(w);
+    }
+    return mapped;
+}
+
 static Window findMapped(Display *display, const std::string &name) {
     for (Window w : allWindows(display)) {
         if (windowTitle(display, w) != name && windowInstance(display, w) != name) continue;

@@ -74,6 +74,7 @@ private:
 std::string windowTitle(Display *display, Window window);      // WM_NAME
 std::string windowInstance(Display *display, Window window);   // WM_CLASS instance name, e.g. "TolvaInit"
 std::vector<Window> allWindows(Display *display);
+std::vector<Window> mappedWindows(Display *display);   // the viewable ones
 // Waits for a mapped window whose title or instance name equals `name`; 0 on time-out.
 Window waitForWindow(Display *display, const std::string &name, int timeoutMs = 10000);
 bool waitUntil(const std::function<bool()> &condition, int timeoutMs = 10000);

@@ -60,10 +60,10 @@ TEST(Widgets, ComboBoxListByKeyboardAndMouse) {
     ASSERT_NE(probe.window, 0u);
     Display *display = probe.display();
     const Geometry g = windowGeometry(display, probe.window);
-    const size_t windowsBefore = allWindows(display).size();
+    const size_t windowsBefore = mappedWindows(display).size();
     click(display, g.x + 100, g.y + 45);   // into the text
     pressKey(display, "Down");
-    ASSERT_TRUE(waitUntil([&] { return allWindows(display).size() > windowsBefore; })) << "the list drops down";
+    ASSERT_TRUE(waitUntil([&] { return mappedWindows(display).size() > windowsBefore; })) << "the list drops down";
     pressKey(display, "Down");
     pressKey(display, "Return");
     ASSERT_TRUE(probe.app.waitForOutput("activate: /tmp/second\n"));
@@ -74,8 +74,9 @@ TEST(Widgets, ComboBoxListByKeyboardAndMouse) {
     ASSERT_TRUE(probe.app.waitForOutput("activate: /tmp/second/x\n")) << probe.app.output();
 
     // The arrow, then a click on the third item.
+    ASSERT_TRUE(waitUntil([&] { return mappedWindows(display).size() == windowsBefore; })) << "the list closed";
     click(display, g.x + 240, g.y + 45);
-    waitUntil([&] { return allWindows(display).size() > windowsBefore; });
+    ASSERT_TRUE(waitUntil([&] { return mappedWindows(display).size() > windowsBefore; }));
     click(display, g.x + 100, g.y + 100);
     ASSERT_TRUE(probe.app.waitForOutput("activate: /var/third\n")) << probe.app.output();
     const std::string out = probe.app.output();
