@@ -88,9 +88,43 @@ XServer::XServer(const ServerOptions &options) {
     }
     if (display_ == nullptr) throw std::runtime_error("cannot connect to " + name_);
     XSetErrorHandler(ignoreErrors);
+    if (options.windowManager) startWindowManager();
+}
+
+void XServer::startWindowManager() {
+    const pid_t parent = getpid();
+    windowManager_ = fork();
+    if (windowManager_ == 0) {
+        dieWithParent(parent);
+        int devnull = open("/dev/null", O_RDWR);
+        dup2(devnull, 0);
+        dup2(devnull, 1);
+        dup2(devnull, 2);
+        setpgid(0, 0);
+        setenv("DISPLAY", name_.c_str(), 1);
+        execl("/usr/bin/mwm", "mwm", static_cast<char *>(nullptr));
+        _exit(127);
+    }
+    // The window manager is ready once it has announced itself on the root window.
+    const Atom info = XInternAtom(display_, "_MOTIF_WM_INFO", False);
+    waitUntil([&] {
+        Atom type;
+        int format;
+        unsigned long count, after;
+        unsigned char *data = nullptr;
+        const bool found = XGetWindowProperty(display_, DefaultRootWindow(display_), info, 0, 2, False,
+                                              AnyPropertyType, &type, &format, &count, &after, &data) == Success &&
+                           type != None;
+        if (data) XFree(data);
+        return found;
+    });
 }
 
 XServer::~XServer() {
+    if (windowManager_ > 0) {
+        kill(windowManager_, SIGKILL);
+        waitpid(windowManager_, nullptr, 0);
+    }
     if (display_) XCloseDisplay(display_);
     if (pid_ > 0) {
         kill(pid_, SIGTERM);

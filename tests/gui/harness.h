@@ -20,6 +20,7 @@ struct ServerOptions {
     int depth = 24;
     int visualClass = -1;   // default visual class (X class number), -1 leaves Xvfb's default
     int width = 1280, height = 1024;
+    bool windowManager = false;   // run mwm on the server, as a desktop would
 };
 
 class XServer {
@@ -34,7 +35,9 @@ public:
     std::string environment() const { return "DISPLAY=" + name_; }
 
 private:
+    void startWindowManager();
     pid_t pid_ = -1;
+    pid_t windowManager_ = -1;
     std::string name_;
     Display *display_ = nullptr;
 };

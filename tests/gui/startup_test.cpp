@@ -116,12 +116,14 @@ TEST(Startup, VisualIdZeroTakesTheDefaultVisual) {
 }
 
 TEST(Startup, ClosingTheInitialWindowEndsTheProgram) {
-    XServer server({.depth = 16});
-    App app(server, {});
-    Window window = waitForWindow(server.display(), "Quivel v1.50");
-    ASSERT_NE(window, 0u);
-    closeWindow(server.display(), window);
-    EXPECT_EQ(app.wait(), 0);
+    for (bool windowManager : {false, true}) {
+        XServer server({.depth = 16, .windowManager = windowManager});
+        App app(server, {});
+        Window window = waitForWindow(server.display(), "Quivel v1.50");
+        ASSERT_NE(window, 0u);
+        closeWindow(server.display(), window);
+        EXPECT_EQ(app.wait(), 0) << "with a window manager: " << windowManager;
+    }
 }
 
 TEST(Startup, ExitItemEndsTheProgram) {
