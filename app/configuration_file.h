@@ -44,6 +44,8 @@ std::string chooseConfigurationPath(const std::string &iniFile, const std::strin
 class KnownKeys {
 public:
     explicit KnownKeys(const std::vector<std::string> &formatNames);
+    KnownKeys(const KnownKeys &) = delete;   // the set points into this object's names
+    KnownKeys &operator=(const KnownKeys &) = delete;
     bool contains(std::string_view name) const { return names_.count(name) != 0; }
 
 private:
