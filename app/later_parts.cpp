@@ -4,10 +4,6 @@
 
 namespace quivel {
 
-void readConfiguration(const std::string &) {}
-void writeConfiguration() {}
-StartupPreferences startupPreferences() { return {}; }
-
 Widget openView(const std::vector<std::string> &) { return nullptr; }
 Widget openBrowser(const std::string &) { return nullptr; }
 Widget startSlideShow(const std::string &) { return nullptr; }

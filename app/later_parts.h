@@ -1,7 +1,7 @@
-// What start-up and the exit path ask of the rest of the program: the
-// configuration, the views, the browser and the slide show. Each function
-// here is implemented by the subsystem that owns it; a subsystem not built
-// yet answers with a plain default (nothing opened, built-in settings).
+// What start-up and the exit path ask of the rest of the program: the views,
+// the browser and the slide show. Each function here is implemented by the
+// subsystem that owns it; a subsystem not built yet answers with a plain
+// default (nothing opened).
 #pragma once
 
 #include <X11/Intrinsic.h>
@@ -10,21 +10,6 @@
 #include <vector>
 
 namespace quivel {
-
-// Configuration: read once at start-up (the -ini file, or "" for the default
-// one), written on the way out.
-void readConfiguration(const std::string &iniFile);
-void writeConfiguration();
-
-// The start-up choices the configuration makes.
-struct StartupPreferences {
-    bool openAll = false;                 // one window per picture
-    bool launchBrowser = false;           // open the browser at start-up
-    bool popupInView = false;             // popup menu instead of a menu bar
-    bool startInSpecifiedFolder = false;  // the browser starts in `startFolder`
-    std::string startFolder;
-};
-StartupPreferences startupPreferences();
 
 // Windows. Each returns the shell it opened (or raised), or nullptr.
 Widget openView(const std::vector<std::string> &files);   // one view over the files

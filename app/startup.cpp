@@ -16,6 +16,7 @@
 
 #include "app/app_globals.h"
 #include "app/command_line.h"
+#include "app/configuration.h"
 #include "app/fallback_resources.h"
 #include "app/initial_window.h"
 #include "app/later_parts.h"
