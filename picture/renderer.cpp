@@ -98,30 +98,41 @@ void buildColorTables(Renderer &r) {
         break;
     case M::kTrueDitherByte:
     case M::kTrueDither:
-        for (int c = 0; c < 256; ++c) {
-            r.ditherEntry[0][c] = dither->redTable[gamma[c]];
-            r.ditherEntry[1][c] = dither->greenTable[gamma[c]];
-            r.ditherEntry[2][c] = dither->blueTable[gamma[c]];
+        for (int cell = 0; cell < 64; ++cell) {
+            const uint8_t *threshold = dither->thresholds[cell >> 3][cell & 7];
+            uint8_t *parts = &r.ditherParts[size_t(cell) * 768];
+            const DitherEntry *tables[3] = {dither->redTable, dither->greenTable, dither->blueTable};
+            for (int channel = 0; channel < 3; ++channel)
+                for (int c = 0; c < 256; ++c) {
+                    const DitherEntry &e = tables[channel][gamma[c]];
+                    parts[channel * 256 + c] = threshold[e.fraction] ? e.upperIndex : e.lowerIndex;
+                }
         }
         break;
     case M::kMaskDither:
-        for (int m = 0; m < 256; ++m) {
-            r.ditherEntry[0][m] = dither->redTable[m];
-            r.ditherEntry[1][m] = dither->greenTable[m];
-            r.ditherEntry[2][m] = dither->blueTable[m];
-        }
-        break;
     case M::kIndexedDitherByte:
     case M::kIndexedDither:
-        for (int i = 0; i < 256; ++i) {
-            r.ditherEntry[0][i] = dither->redTable[red[i]];
-            r.ditherEntry[1][i] = dither->greenTable[green[i]];
-            r.ditherEntry[2][i] = dither->blueTable[blue[i]];
+        for (int cell = 0; cell < 64; ++cell) {
+            const uint8_t *threshold = dither->thresholds[cell >> 3][cell & 7];
+            auto part = [threshold](const DitherEntry &e) { return threshold[e.fraction] ? e.upperIndex : e.lowerIndex; };
+            for (int i = 0; i < 256; ++i) {
+                // The mask is grey without gamma; an index stands for its palette colour.
+                const bool mask = r.method == M::kMaskDither;
+                const uint8_t index = uint8_t(part(dither->redTable[mask ? i : red[i]]) +
+                                              part(dither->greenTable[mask ? i : green[i]]) +
+                                              part(dither->blueTable[mask ? i : blue[i]]));
+                r.ditherPixels[size_t(cell) * 256 + size_t(i)] = colors.pixelTable[index];
+            }
         }
         break;
     case M::kTrueBayerCube:
     case M::kTrueBayerGrey:
-        for (int c = 0; c < 256; ++c) r.component[0][c] = r.component[1][c] = r.component[2][c] = gamma[c];
+        for (int c = 0; c < 256; ++c) {
+            r.component[0][c] = r.component[1][c] = r.component[2][c] = gamma[c];
+            r.weightedLuminance[0][c] = uint16_t(77 * gamma[c]);
+            r.weightedLuminance[1][c] = uint16_t(150 * gamma[c]);
+            r.weightedLuminance[2][c] = uint16_t(29 * gamma[c]);
+        }
         break;
     case M::kIndexedBayerCube:
     case M::kIndexedBayerGrey:
@@ -206,13 +217,32 @@ OpStatus PrepareRender(Renderer &r, const Picture &picture, int32_t destWidth, i
     for (int32_t j = 0; j < destHeight; ++j)
         r.rowStarts[size_t(j)] = picture.data + uint64_t(j) * height / uint64_t(destHeight) * picture.bytesPerLine;
 
+    // Columns from this one on may map to the row's last pixel, whose
+    // fourth byte may lie beyond the buffer.
+    r.wideReadColumns = destWidth;
+    for (int32_t i = 0; i < destWidth; ++i)
+        if (uint64_t(r.columnOffsets[size_t(i)]) + 4 > picture.bytesPerLine) {
+            r.wideReadColumns = i;
+            break;
+        }
+
     const bool maskView = showMask && picture.bytesPerPixel >= 4;
-    r.method = chooseRenderMethod(picture, maskView, *r.visual, *r.colors, r.tile);
-    r.renderTile = renderFunctionFor(r.method);
-    if (r.renderTile == nullptr) {
+    const RenderMethod method = chooseRenderMethod(picture, maskView, *r.visual, *r.colors, r.tile);
+    if (method == RenderMethod::kNone) {
         std::fputs(kNoMethodMessage, stderr);
         return ZNT_OK;
     }
+    using M = RenderMethod;
+    const bool trueDither = method == M::kTrueDitherByte || method == M::kTrueDither;
+    const bool otherDither = method == M::kMaskDither || method == M::kIndexedDitherByte || method == M::kIndexedDither;
+    try {
+        r.ditherParts.resize(trueDither ? 64 * 768 : 0);
+        r.ditherPixels.resize(otherDither ? 64 * 256 : 0);
+    } catch (const std::bad_alloc &) {
+        return ZNT_NO_MEMORY;
+    }
+    r.method = method;
+    r.renderTile = renderFunctionFor(method);
     buildColorTables(r);
     return ZNT_OK;
 }

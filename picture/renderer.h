@@ -102,10 +102,17 @@ struct Renderer {
     // the inner loops are look-ups: colours with gamma already applied.
     RenderMethod method = RenderMethod::kNone;
     uint32_t opaqueBits = 0;            // ored into every pixel of an ARGB visual
+    int32_t wideReadColumns = 0;        // leading columns whose pixel can be read as 4 bytes within its row
     uint32_t channelPixel[3][256] = {}; // computed pixel part of each component value
     uint32_t indexPixel[256] = {};      // finished pixel per palette index or mask value
-    DitherEntry ditherEntry[3][256] = {};   // the cube's dither entries per value or index
+    // The ordered dither resolved per cell of the 8 x 8 matrix (cell =
+    // (row & 7) * 8 + (column & 7)): for true colour the cube index part of
+    // each channel value, [cell][channel][value]; for indexed pictures and
+    // the mask the finished pixel, [cell][index].
+    std::vector<uint8_t> ditherParts;
+    std::vector<uint32_t> ditherPixels;
     uint8_t component[3][256] = {};     // component per value or index, for Bayer methods
+    uint16_t weightedLuminance[3][256] = {};   // 77, 150 and 29 times each component value
     uint8_t luminance[256] = {};        // luminance per palette index
     // Set when the colormap must receive the palette again with the gamma
     // applied (indexed picture on a private palette colormap); the X side

@@ -36,14 +36,14 @@ inline uint32_t nextRandom(uint32_t &state) {
 }
 
 inline TestPicture makePicture(int type, int width, int height, uint32_t seed = 1, int colors = 256,
-                               bool withPalette = true) {
+                               bool withPalette = true, uint32_t padding = 5) {
     TestPicture t;
     Picture &p = t.picture;
     const int bytesPerPixel = type == ZNT_RGB || type == ZNT_BGR ? 3 : (type & ZNT_FOURBYTE_MASK) ? 4 : 1;
     const uint32_t minimum = type == ZNT_BINARY ? uint32_t(width + 7) / 8 : uint32_t(width * bytesPerPixel);
     p.width = uint32_t(width);
     p.height = height;
-    p.bytesPerLine = minimum + 5;
+    p.bytesPerLine = minimum + padding;
     p.type = int16_t(type);
     p.bytesPerPixel = uint16_t(bytesPerPixel);
     p.numberOfColors = uint16_t(type == ZNT_BINARY ? 2 : (type & 6) ? colors : 0);

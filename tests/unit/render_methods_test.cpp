@@ -50,6 +50,7 @@ std::vector<PictureCase> allPictures(int width, int height) {
     cases.push_back({"grey256 ramp", makePicture(ZNT_GREY, width, height, 13, 256, false), false});
     cases.push_back({"palette", makePicture(ZNT_PALETTE, width, height, 14, 200), false});
     cases.push_back({"rgb", makePicture(ZNT_RGB, width, height, 15), false});
+    cases.push_back({"rgb rows unpadded", makePicture(ZNT_RGB, width, height, 18, 256, true, 0), false});
     cases.push_back({"rgba", makePicture(ZNT_RGBA, width, height, 16), false});
     cases.push_back({"rgba mask view", makePicture(ZNT_RGBA, width, height, 17), true});
     return cases;
