@@ -94,7 +94,7 @@ void buildColorTables(Renderer &r) {
     case M::kIndexedOwnByte:
     case M::kIndexedOwn:
         for (int i = 0; i < 256; ++i) r.indexPixel[i] = colors.pixelTable[i];
-        r.ownPaletteGammaPending = r.gammaOn;
+        r.ownPaletteGammaPending = r.gammaOn || r.ownPaletteCorrected;
         break;
     case M::kTrueDitherByte:
     case M::kTrueDither:

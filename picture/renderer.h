@@ -114,10 +114,13 @@ struct Renderer {
     uint8_t component[3][256] = {};     // component per value or index, for Bayer methods
     uint16_t weightedLuminance[3][256] = {};   // 77, 150 and 29 times each component value
     uint8_t luminance[256] = {};        // luminance per palette index
-    // Set when the colormap must receive the palette again with the gamma
-    // applied (indexed picture on a private palette colormap); the X side
-    // stores it at the next draw and clears the flag.
+    // An indexed picture on a private palette colormap takes its gamma from
+    // the colormap: the flag is set when the colormap must receive the
+    // palette again (gamma on, or just switched off after the colormap got
+    // corrected colours); the X side stores it at the next draw, clears the
+    // flag and notes whether the stored colours are corrected.
     bool ownPaletteGammaPending = false;
+    bool ownPaletteCorrected = false;
 
     void *sharedMemory = nullptr;       // the X side's shared-memory segment, if any
 };

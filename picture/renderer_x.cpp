@@ -108,20 +108,23 @@ void putTile(void *context, int32_t x, int32_t y, int32_t width, int32_t height)
 }
 
 // The private colormap holds the picture's palette as loaded; with gamma on,
-// its cells get the corrected colours instead.
+// its cells get the corrected colours instead (and the plain ones again when
+// gamma goes off).
 void storeGammaPalette(Renderer &r) {
     const ColorContext &colors = *r.colors;
     const int count = colors.colorCount < 256 ? colors.colorCount : 256;
+    auto corrected = [&r](uint8_t c) { return uint16_t((r.gammaOn ? r.gammaTable[c] : c) * 257); };
     XColor cells[256];
     for (int i = 0; i < count; ++i) {
         cells[i].pixel = colors.pixelTable[i];
-        cells[i].red = uint16_t(r.gammaTable[r.paletteRed[i]] * 257);
-        cells[i].green = uint16_t(r.gammaTable[r.paletteGreen[i]] * 257);
-        cells[i].blue = uint16_t(r.gammaTable[r.paletteBlue[i]] * 257);
+        cells[i].red = corrected(r.paletteRed[i]);
+        cells[i].green = corrected(r.paletteGreen[i]);
+        cells[i].blue = corrected(r.paletteBlue[i]);
         cells[i].flags = DoRed | DoGreen | DoBlue;
     }
     if (count > 0) XStoreColors(gX.display, colors.colormap, cells, count);
     r.ownPaletteGammaPending = false;
+    r.ownPaletteCorrected = r.gammaOn;
 }
 
 }  // namespace

@@ -131,23 +131,6 @@ std::string checkPanels(const ProbeRun &run, std::span<const Panel> panels, bool
     return "";
 }
 
-unsigned visualIdOf(Display *display, int visualClass, int depth) {
-    XVisualInfo wanted{};
-    wanted.c_class = visualClass;
-    wanted.depth = depth;
-    int count = 0;
-    XVisualInfo *found = XGetVisualInfo(display, VisualClassMask | VisualDepthMask, &wanted, &count);
-    const unsigned id = found != nullptr && count > 0 ? unsigned(found[0].visualid) : 0;
-    if (found != nullptr) XFree(found);
-    return id;
-}
-
-std::string hex(unsigned id) {
-    char text[16];
-    std::snprintf(text, sizeof text, "%x", id);
-    return text;
-}
-
 }  // namespace
 
 TEST(RenderOnScreen, Depth24ArgbVisualExactAndOpaqueWithOrWithoutSharedMemory) {
@@ -190,15 +173,6 @@ TEST(RenderOnScreen, Depth8PseudoColorDithersIntoTheCube) {
     const ProbeRun run = runProbe(server, {});
     EXPECT_EQ(run.visualClass, PseudoColor);
     ASSERT_GT(run.cube[0], 1) << run.output;
-    EXPECT_EQ(checkPanels(run, kPanels), "");
-}
-
-TEST(RenderOnScreen, Depth8TrueColorComputesPixels) {
-    XServer server(ServerOptions{8, PseudoColor, 700, 500});
-    const unsigned id = visualIdOf(server.display(), TrueColor, 8);
-    ASSERT_NE(id, 0u);
-    const ProbeRun run = runProbe(server, {"-visualid", hex(id)});
-    EXPECT_EQ(run.visualId, id);
     EXPECT_EQ(checkPanels(run, kPanels), "");
 }
 

@@ -1,11 +1,11 @@
 // The renderer's own put-pixel against Xlib's, on images of every pixel size
-// and order a server may ask for (no server needed: the images are made by
-// hand and initialised by Xlib).
+// and order a server may ask for (made by hand and set up by Xlib: no server).
 #include <gtest/gtest.h>
 // After gtest: Xlib's None macro would break its headers.
 #include <X11/Xlib.h>
 #include <X11/Xutil.h>
 
+#include <cstring>
 #include <vector>
 
 #include "picture/tile_buffer.h"
@@ -20,32 +20,20 @@ TEST(TileLayout, PutPixelAgreesWithXlib) {
                 for (int unit : {8, 16, 32}) {
                     if (bits != 1 && (bitOrder != byteOrder || unit != 32)) continue;
                     const int bytesPerLine = (width * bits + 31) / 32 * 4;
-                    std::vector<char> xlibData(size_t(bytesPerLine) * height, 0);
-                    std::vector<uint8_t> ours(xlibData.size(), 0);
+                    std::vector<char> theirs(size_t(bytesPerLine) * height, 0), ours(theirs.size(), 0);
                     XImage image{};
-                    image.width = width;
-                    image.height = height;
-                    image.format = ZPixmap;
-                    image.data = xlibData.data();
-                    image.byte_order = byteOrder;
-                    image.bitmap_unit = unit;
-                    image.bitmap_bit_order = bitOrder;
-                    image.bitmap_pad = 32;
-                    image.depth = bits;
-                    image.bits_per_pixel = bits;
+                    image.width = width, image.height = height, image.format = ZPixmap;
+                    image.data = theirs.data();
+                    image.byte_order = byteOrder, image.bitmap_unit = unit, image.bitmap_bit_order = bitOrder;
+                    image.bitmap_pad = 32, image.depth = bits, image.bits_per_pixel = bits;
                     image.bytes_per_line = bytesPerLine;
                     ASSERT_TRUE(XInitImage(&image));
-
                     TileBuffer t;
-                    t.data = ours.data();
-                    t.width = width;
-                    t.height = height;
-                    t.bytesPerLine = bytesPerLine;
-                    t.bitsPerPixel = bits;
-                    t.depth = bits;
+                    t.data = reinterpret_cast<uint8_t *>(ours.data());
+                    t.width = width, t.height = height, t.bytesPerLine = bytesPerLine;
+                    t.bitsPerPixel = t.depth = bits, t.bitmapUnit = unit;
                     t.byteOrder = byteOrder == MSBFirst ? kMsbFirst : kLsbFirst;
                     t.bitOrder = bitOrder == MSBFirst ? kMsbFirst : kLsbFirst;
-                    t.bitmapUnit = unit;
 
                     uint32_t state = 99;
                     for (int y = 0; y < height; ++y)
@@ -56,12 +44,10 @@ TEST(TileLayout, PutPixelAgreesWithXlib) {
                             putPixel(t, x, y, pixel);
                             // Xlib reads two-bit pixels back with their neighbours' bits.
                             if (bits != 2) {
-                                ASSERT_EQ(getPixel(t, x, y), uint32_t(XGetPixel(&image, x, y)))
-                                    << bits << " bits, byte order " << byteOrder << ", x " << x << ", y " << y;
+                                ASSERT_EQ(getPixel(t, x, y), uint32_t(XGetPixel(&image, x, y))) << bits;
                             }
                         }
-                    EXPECT_TRUE(std::equal(ours.begin(), ours.end(), xlibData.begin(),
-                                           [](uint8_t a, char b) { return a == uint8_t(b); }))
+                    EXPECT_EQ(std::memcmp(ours.data(), theirs.data(), ours.size()), 0)
                         << bits << " bits, byte order " << byteOrder << ", bit order " << bitOrder << ", unit " << unit;
                 }
 }
