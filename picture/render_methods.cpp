@@ -192,6 +192,15 @@ void renderLookup(const ColorContext &, Renderer &r, const TileRect &tile) {
     });
 }
 
+// The direct 32-bit stores of indexed pictures: words in this machine's
+// order, like those of true-colour pictures, whatever the image's order.
+void renderIndexedDirect(const ColorContext &, Renderer &r, const TileRect &tile) {
+    const uint32_t *table = r.indexPixel;
+    renderRows<WordStore>(r, tile, [=](const uint8_t *src, const uint32_t *offsets, int32_t) {
+        return [=](int32_t i) { return table[src[offsets[i]]]; };
+    });
+}
+
 // The ordered dither of the colour cube, resolved per matrix cell at
 // preparation: each channel value gives its cube index part directly.
 void renderTrueDither(const ColorContext &colors, Renderer &r, const TileRect &tile) {
@@ -317,7 +326,7 @@ RenderTileFunction renderFunctionFor(RenderMethod method) {
     case M::kTrueBayerCube: return renderBayerCube<false>;
     case M::kTrueBayerGrey: return renderBayerGrey<false>;
     case M::kIndexedDirectRgb:
-    case M::kIndexedDirectBgr:
+    case M::kIndexedDirectBgr: return renderIndexedDirect;
     case M::kIndexedComputed:
     case M::kIndexedOwnByte:
     case M::kIndexedOwn: return renderLookup<Source::kIndex>;

@@ -187,8 +187,8 @@ OpStatus PrepareRender(Renderer &r, const Picture &picture, int32_t destWidth, i
         }
     }
 
-    r.columnOffsets.clear();
-    r.rowStarts.clear();
+    r.columnOffsets = {};   // freed, not only emptied: a deep zoom's tables are large
+    r.rowStarts = {};
     r.renderTile = nullptr;
     r.method = RenderMethod::kNone;
     r.ownPaletteGammaPending = false;
@@ -205,7 +205,6 @@ OpStatus PrepareRender(Renderer &r, const Picture &picture, int32_t destWidth, i
         r.rowStarts.resize(size_t(destHeight));
     } catch (const std::bad_alloc &) {
         r.columnOffsets = {};
-        r.rowStarts = {};
         r.destWidth = r.destHeight = 0;
         return ZNT_NO_MEMORY;
     }

@@ -386,16 +386,20 @@ TEST(Rendering, DirectStoresUseThisMachinesByteOrder) {
     // Chosen by masks and pixel size alone, whatever order the image asks for.
     const int otherOrder = hostByteOrder() == kLsbFirst ? kMsbFirst : kLsbFirst;
     const DisplayCase d = computed("", kTrueColor, 24, 32, 0xFF0000, 0xFF00, 0xFF, otherOrder);
-    TestPicture rgb = makePicture(ZNT_RGB, 1, 1);
+    TestPicture rgb = makePicture(ZNT_RGB, 1, 1), palette = makePicture(ZNT_PALETTE, 1, 1);
     std::memcpy(rgb.pixels.data(), "\x11\x22\x33", 3);
-    std::vector<uint8_t> storage;
-    Renderer r;
-    setRendererTarget(r, &d.colors, &d.visual, makeTarget(d, 256, 256, storage));
-    PrepareRender(r, rgb.picture, 1, 1, false);
-    r.renderTile(d.colors, r, TileRect{0, 0, 1, 1});
-    uint32_t word;
-    std::memcpy(&word, storage.data(), 4);
-    EXPECT_EQ(word, 0x112233u);
+    palette.pixels[0] = 0;
+    palette.palette[0] = 0x11, palette.palette[256] = 0x22, palette.palette[512] = 0x33;
+    for (const TestPicture *t : {&rgb, &palette}) {
+        std::vector<uint8_t> storage;
+        Renderer r;
+        setRendererTarget(r, &d.colors, &d.visual, makeTarget(d, 256, 256, storage));
+        PrepareRender(r, t->picture, 1, 1, false);
+        r.renderTile(d.colors, r, TileRect{0, 0, 1, 1});
+        uint32_t word;
+        std::memcpy(&word, storage.data(), 4);
+        EXPECT_EQ(word, 0x112233u);
+    }
 }
 
 namespace {
