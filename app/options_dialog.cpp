@@ -36,7 +36,7 @@ namespace {
 
 constexpr Dimension kDialogWidth = 660, kDialogHeight = 600;
 constexpr Dimension kPageListWidth = 150;
-constexpr Dimension kListWidth = 400;   // the file types and the cached folders
+constexpr Dimension kListWidth = 440;   // the file types and the cached folders
 
 struct BuiltControl {
     const OptionControl *control;
@@ -134,6 +134,14 @@ BuiltControl addControl(Widget line, const OptionControl &control) {
     return built;
 }
 
+// The titles above a list. The page's column is as wide as its widest entry,
+// so this label also gives the list below its width.
+void addColumnTitles(Widget column, const std::string &titles) {
+    XtVaCreateManagedWidget("label", xmLabelWidgetClass, column, XmNlabelString, static_cast<XmString>(Text(titles)),
+                            XmNalignment, XmALIGNMENT_BEGINNING, XmNrecomputeSize, False, XmNwidth, kListWidth,
+                            nullptr);
+}
+
 void setAllFileTypes(Widget, XtPointer clientData, XtPointer) {
     if (!gDialog || gDialog->current < 0) return;
     const BuiltPage &page = gDialog->pages[size_t(gDialog->current)];
@@ -145,14 +153,13 @@ void setAllFileTypes(Widget, XtPointer clientData, XtPointer) {
 
 void addFileTypes(Widget pageWidget, BuiltPage &page) {
     addLabel(pageWidget, "hint", "Selected formats are offered and recognised:");
-    addLabel(pageWidget, "label", fileTypeRow("Name", "Description"));
-    Arg args[5];
+    addColumnTitles(pageWidget, fileTypeRow("Name", "Description"));
+    Arg args[4];
     Cardinal n = 0;
     XtSetArg(args[n], XmNselectionPolicy, XmMULTIPLE_SELECT), ++n;
     XtSetArg(args[n], XmNvisibleItemCount, 20), ++n;
     XtSetArg(args[n], XmNscrollBarDisplayPolicy, XmSTATIC), ++n;
     XtSetArg(args[n], XmNlistSizePolicy, XmCONSTANT), ++n;
-    XtSetArg(args[n], XmNwidth, kListWidth), ++n;
     page.fileTypeList = XmCreateScrolledList(pageWidget, const_cast<char *>("scrolledList"), args, n);
     for (const FileTypeFlag &record : gFileTypeFlags) {
         const std::string name(record.name, strnlen(record.name, sizeof record.name));
@@ -188,14 +195,12 @@ void addCacheMaintenance(Widget pageWidget, BuiltPage &page) {
                             static_cast<XmString>(Text("Cache maintenance")), nullptr);
     Widget area = XtVaCreateManagedWidget("cacheArea", xmRowColumnWidgetClass, frame, XmNorientation, XmVERTICAL,
                                           nullptr);
-    XtVaCreateManagedWidget("label", xmLabelWidgetClass, area, XmNlabelString,
-                            static_cast<XmString>(Text(cacheTitleRow())), nullptr);
-    Arg args[4];
+    addColumnTitles(area, cacheTitleRow());
+    Arg args[3];
     Cardinal n = 0;
     XtSetArg(args[n], XmNvisibleItemCount, 10), ++n;
     XtSetArg(args[n], XmNscrollBarDisplayPolicy, XmSTATIC), ++n;
     XtSetArg(args[n], XmNlistSizePolicy, XmCONSTANT), ++n;
-    XtSetArg(args[n], XmNwidth, kListWidth), ++n;
     page.cacheList = XmCreateScrolledList(area, const_cast<char *>("tbCache"), args, n);
     fillCacheList(page.cacheList);
     XtManageChild(page.cacheList);
@@ -293,6 +298,20 @@ void pageSelected(Widget, XtPointer, XtPointer callData) {
     showPage(static_cast<XmListCallbackStruct *>(callData)->item_position - 1);
 }
 
+// A second click soon after the first counts as a double click, and the list
+// reports it on the entry first clicked even when the pointer moved to
+// another: show the entry under the pointer.
+void pageActivated(Widget list, XtPointer, XtPointer callData) {
+    const auto *cbs = static_cast<XmListCallbackStruct *>(callData);
+    int position = cbs->item_position;
+    if (cbs->event && (cbs->event->type == ButtonPress || cbs->event->type == ButtonRelease)) {
+        const int under = XmListYToPos(list, Position(cbs->event->xbutton.y));
+        if (under >= 1 && under <= int(optionPages().size())) position = under;
+    }
+    XmListSelectPos(list, position, False);
+    showPage(position - 1);
+}
+
 void storeControls() {
     for (const BuiltPage &page : gDialog->pages) {
         for (const BuiltControl &built : page.controls) {
@@ -383,6 +402,8 @@ void createDialog() {
                   XmATTACH_FORM, XmNleftOffset, 8, XmNbottomAttachment, XmATTACH_WIDGET, XmNbottomWidget,
                   separator, XmNbottomOffset, 8, XmNwidth, kPageListWidth, nullptr);
     XtAddCallback(d.pageList, XmNbrowseSelectionCallback, pageSelected, nullptr);
+    // Two quick clicks on two entries make a double click on the second.
+    XtAddCallback(d.pageList, XmNdefaultActionCallback, pageActivated, nullptr);
     XtManageChild(d.pageList);
 
     Widget frame = XtVaCreateManagedWidget("pageFrame", xmFrameWidgetClass, form, XmNtopAttachment, XmATTACH_FORM,
@@ -413,7 +434,8 @@ void optionsDialogAtPage(Widget, const char *pageName) {
         if (const OptionPage *page = findOptionPage(pageName)) index = int(page - optionPages().data());
     selectPage(index);
     XtPopup(gDialog->shell, XtGrabNone);
-    if (!created) XRaiseWindow(XtDisplay(gDialog->shell), XtWindow(gDialog->shell));
+    // Raised, and brought back if it was iconified.
+    if (!created) XMapRaised(XtDisplay(gDialog->shell), XtWindow(gDialog->shell));
 }
 
 }  // namespace quivel
