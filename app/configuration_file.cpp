@@ -63,27 +63,9 @@ int booleanValue(const char *text) {
     return -1;
 }
 
-// Decimal points do not depend on the user's locale: the file is the same
-// whatever LC_NUMERIC says.
 locale_t cLocale() {
     static const locale_t locale = newlocale(LC_ALL_MASK, "C", locale_t(nullptr));
     return locale;
-}
-
-double realValue(const char *text, size_t capacity) {
-    char buffer[kValueTokenMax + 1];
-    const size_t length = std::min(std::strlen(text), std::min(capacity, sizeof buffer) - 1);
-    std::memcpy(buffer, text, length);
-    buffer[length] = '\0';
-    return strtod_l(buffer, nullptr, cLocale());
-}
-
-// "%1.2lf", with a point for the decimals.
-std::string realText(double value) {
-    char buffer[400];
-    const auto result = std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::fixed, 2);
-    if (result.ec != std::errc()) return "0.00";
-    return std::string(buffer, result.ptr);
 }
 
 void loadKey(const KeyValueTable *table, const SettingKey &key, Settings &settings) {
@@ -93,7 +75,7 @@ void loadKey(const KeyValueTable *table, const SettingKey &key, Settings &settin
         setSettingText(settings, key, value ? value : key.defaultText);
         return;
     case Storage::Real:
-        setSettingReal(settings, key, realValue(value ? value : key.defaultText, key.capacity));
+        setSettingReal(settings, key, realSettingValue(value ? value : key.defaultText, key.capacity));
         return;
     case Storage::Bool:
         break;
@@ -115,6 +97,23 @@ void loadKey(const KeyValueTable *table, const SettingKey &key, Settings &settin
 std::string fileTypeKey(std::string_view name) { return "FileTypes." + std::string(name.substr(0, kFormatNameMax)); }
 
 }  // namespace
+
+// Decimal points do not depend on the user's locale: the file (and the gamma
+// field of the options dialog) reads the same whatever LC_NUMERIC says.
+double realSettingValue(const char *text, size_t capacity) {
+    char buffer[kValueTokenMax + 1];
+    const size_t length = std::min(std::strlen(text), std::min(capacity, sizeof buffer) - 1);
+    std::memcpy(buffer, text, length);
+    buffer[length] = '\0';
+    return strtod_l(buffer, nullptr, cLocale());
+}
+
+std::string realSettingText(double value) {
+    char buffer[400];
+    const auto result = std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::fixed, 2);
+    if (result.ec != std::errc()) return "0.00";
+    return std::string(buffer, result.ptr);
+}
 
 std::string chooseConfigurationPath(const std::string &iniFile, const std::string &startFolder, const char *home) {
     if (!iniFile.empty()) return iniFile;
@@ -189,7 +188,7 @@ std::string configurationText(const Settings &settings, const std::vector<FileTy
             if (!(purge && (key.flags & kPurgedOnExit)))
                 text.append(settingText(settings, key), strnlen(settingText(settings, key), key.capacity));
             break;
-        case Storage::Real: text += realText(settingReal(settings, key)); break;
+        case Storage::Real: text += realSettingText(settingReal(settings, key)); break;
         }
         text += '\n';
     }

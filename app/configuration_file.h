@@ -71,6 +71,11 @@ void readConfigurationFile(const std::string &path, const std::vector<std::strin
 // the three path lists are written empty.
 std::string configurationText(const Settings &settings, const std::vector<FileTypeFlag> &fileTypes);
 
+// A real value as the file keeps it: read with a point for the decimals
+// (at most `capacity` - 1 characters of `text`), written as "%1.2lf".
+double realSettingValue(const char *text, size_t capacity);
+std::string realSettingText(double value);
+
 // Replaces the file at `path` (through a symbolic link, the file it points
 // to) by `text`: ZNT_OK, or ZNT_CANT_CREATE / ZNT_CANT_WRITE with the old file
 // left as it was.

@@ -12,7 +12,8 @@ bool browserOpen() { return false; }
 
 void openFilesDialog(Widget) {}
 void browseDialog(Widget) {}
-void optionsDialog(Widget) {}
+std::vector<CachedFolder> cachedFolders() { return {}; }
+void removeAllCachedFolders() {}
 void releaseToolbarResources() {}
 
 void ViewDoCommand(Widget, XEvent *, String *, Cardinal *) {}

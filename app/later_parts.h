@@ -6,8 +6,11 @@
 
 #include <X11/Intrinsic.h>
 
+#include <cstdint>
 #include <string>
 #include <vector>
+
+#include "app/options_dialog.h"
 
 namespace quivel {
 
@@ -21,7 +24,16 @@ bool browserOpen();
 // Dialogs reached from the initial window.
 void openFilesDialog(Widget parent);
 void browseDialog(Widget parent);
-void optionsDialog(Widget parent);
+// (The options dialog is in options_dialog.h.)
+
+// The thumbnail cache's folders, for the cache page of the options dialog.
+struct CachedFolder {
+    std::string folder;
+    int imageCount = 0;
+    uint64_t sizeBytes = 0;   // of the folder's data file
+};
+std::vector<CachedFolder> cachedFolders();
+void removeAllCachedFolders();
 
 // Released on the way out.
 void releaseToolbarResources();

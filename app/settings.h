@@ -30,6 +30,12 @@ inline constexpr int kLastValueCount = 25;   // Process.LastValue_N
 inline constexpr int32_t kNeverSet = -255;   // a last value not entered yet
 // Every toolbar button except bits 10, 25 and 26 (0xF9FFFBFF).
 inline constexpr int32_t kDefaultToolbarMask = int32_t(0xF9FFFBFFu);
+// Added to View.FileListSort's key for the reverse order.
+inline constexpr int32_t kSortReverse = 128;
+// Bits of Browser.ItemsThumbnailMode, the kinds of items the browser lists.
+inline constexpr int32_t kItemsDirectories = 1;
+inline constexpr int32_t kItemsOtherFiles = 2;
+inline constexpr int32_t kItemsPictures = 4;
 
 struct Settings {
     // Keys without a section.
@@ -265,7 +271,11 @@ struct FileTypeFlag {
 extern Settings gSettings;
 extern std::vector<FileTypeFlag> gFileTypeFlags;
 
-// How a key's value is kept in the record.
+// How a key's value is kept in the record. Xlib defines Bool as a macro, so
+// window code that includes this header after the X headers can still use
+// the rest of it (but not Storage::Bool).
+#pragma push_macro("Bool")
+#undef Bool
 enum class Storage : uint8_t {
     Bool,     // bool, "True" / "False"
     Byte,     // uint8_t, decimal
@@ -274,6 +284,7 @@ enum class Storage : uint8_t {
     Text,     // char buffer, cut to its capacity and always terminated
     Real,     // double, kept in the file as "%1.2lf" text
 };
+#pragma pop_macro("Bool")
 
 // Exceptions to the plain rules, one bit each.
 enum SettingFlags : uint8_t {

@@ -22,4 +22,8 @@ int zntCount(void) { return 0; }
 
 const char *zntFormatGetName(int) { return nullptr; }
 
+const char *zntFormatGetDescription(int) { return nullptr; }
+
+int zntFormatGetIndex(const char *) { return -1; }
+
 }

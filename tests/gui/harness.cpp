@@ -373,6 +373,10 @@ void movePointer(Display *display, int x, int y) {
 void click(Display *display, int x, int y, int button) {
     movePointer(display, x, y);
     XTestFakeButtonEvent(display, unsigned(button), True, CurrentTime);
+    XSync(display, False);
+    // A button held for no time at all is not a click to Motif's option
+    // menus: they post, but take no keys. A person holds it a little.
+    sleepMs(30);
     XTestFakeButtonEvent(display, unsigned(button), False, CurrentTime);
     XSync(display, False);
 }
