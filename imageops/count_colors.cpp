@@ -16,13 +16,18 @@ int countByteValues(const Picture &picture, int limit) {
         for (int x = 0; x < width; ++x) ++counts[p[x]];
     }
     if (picture.type == ZNT_PALETTE) {
-        // Entries that repeat an earlier entry's colour count once.
+        // An entry that repeats an earlier entry's colour hands its count to
+        // that entry, so the colour counts once (and still counts when only
+        // the later entry is used).
         const int entries = std::min<int>(picture.numberOfColors, 256);
         const uint8_t *pal = picture.palette;
         for (int i = 0; i < entries; ++i)
             for (int j = i + 1; j < entries; ++j)
-                if (pal[i] == pal[j] && pal[256 + i] == pal[256 + j] && pal[512 + i] == pal[512 + j])
+                if (counts[j] != 0 && pal[i] == pal[j] && pal[256 + i] == pal[256 + j] &&
+                    pal[512 + i] == pal[512 + j]) {
+                    counts[i] += counts[j];
                     counts[j] = 0;
+                }
     }
     int used = 0;
     for (int i = 0; i < 256; ++i) {

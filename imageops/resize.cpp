@@ -23,11 +23,11 @@ OpStatus resizeNearest(Picture *source, Picture *output, int newWidth, int newHe
     if (!takeDescription(src, result)) return ZNT_NO_MEMORY;
     auto columns = workBuffer<int>(size_t(newWidth));
     if (!columns) return ZNT_NO_MEMORY;
-    for (int x = 0; x < newWidth; ++x) columns[x] = int((int64_t(2 * int64_t(x) + 1) * src.width) / (2 * int64_t(newWidth)));
+    for (int x = 0; x < newWidth; ++x) columns[x] = int((2 * int64_t(x) + 1) * src.width / (2 * int64_t(newWidth)));
 
     Picture &dst = *result;
     for (int y = 0; y < newHeight; ++y) {
-        const int sourceRow = int((int64_t(2 * int64_t(y) + 1) * src.height) / (2 * int64_t(newHeight)));
+        const int sourceRow = int((2 * int64_t(y) + 1) * src.height / (2 * int64_t(newHeight)));
         const uint8_t *in = shownRow(src, sourceRow);
         uint8_t *out = shownRow(dst, y);
         switch (src.type == ZNT_BINARY ? 0 : src.bytesPerPixel) {

@@ -29,6 +29,12 @@ struct OwnedTestPicture {
     ~OwnedTestPicture() { zntFree(&p); }
     Picture *operator->() { return &p; }
     Picture *get() { return &p; }
+    // Frees what the record holds, for use as an output once more.
+    Picture *fresh() {
+        zntFree(&p);
+        p = Picture{};
+        return &p;
+    }
 };
 
 // A picture of `type` whose bytes come from fill(x, y, byteIndex) (binary
