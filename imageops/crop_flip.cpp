@@ -53,6 +53,12 @@ void mirrorPixels(uint8_t *left, uint8_t *right) {
     }
 }
 
+template <int Bytes>
+void mirrorCopy(const uint8_t *in, uint8_t *out, int count) {
+    out += size_t(count - 1) * Bytes;
+    for (int i = 0; i < count; ++i, in += Bytes, out -= Bytes) std::memcpy(out, in, Bytes);
+}
+
 }  // namespace
 
 OpStatus cropPicture(Picture *source, Picture *output, const PictureRect *rect) {
@@ -76,30 +82,64 @@ OpStatus flipHorizontal(Picture *source, Picture *output, const PictureRect *rec
     if (OpStatus status = checkSource(source)) return status;
     ClippedRect area;
     if (!clipRectangle(*source, rect, area)) return ZNT_BAD_ARGUMENT;
-    OwnedPicture copy;
-    OpStatus status;
-    Picture *target = flipTarget(source, output, copy, status);
-    if (target == nullptr) return status;
+    const Picture &src = *source;
+    const int bpp = src.bytesPerPixel;
+    const bool inPlace = output == nullptr || output == source;
 
-    const int bpp = target->bytesPerPixel;
-    for (int y = area.y0; y < area.y1; ++y) {
-        uint8_t *row = shownRow(*target, y);
-        if (target->type == ZNT_BINARY) {
+    if (src.type == ZNT_BINARY) {
+        OwnedPicture copy;
+        OpStatus status;
+        Picture *target = flipTarget(source, output, copy, status);
+        if (target == nullptr) return status;
+        for (int y = area.y0; y < area.y1; ++y) {
+            uint8_t *row = shownRow(*target, y);
             for (int a = area.x0, b = area.x1 - 1; a < b; ++a, --b) {
                 const int bitA = getBit(row, a);
                 putBit(row, a, getBit(row, b));
                 putBit(row, b, bitA);
             }
+        }
+        if (target != source) deliverPicture(source, output, copy);
+        return ZNT_OK;
+    }
+
+    if (inPlace) {
+        for (int y = area.y0; y < area.y1; ++y) {
+            uint8_t *row = shownRow(src, y);
+            uint8_t *left = row + size_t(area.x0) * bpp, *right = row + size_t(area.x1 - 1) * bpp;
+            switch (bpp) {
+            case 1: std::reverse(left, right + 1); break;
+            case 3: mirrorPixels<3>(left, right); break;
+            default: mirrorPixels<4>(left, right); break;
+            }
+        }
+        return ZNT_OK;
+    }
+
+    // Into a new picture: each row is written once, mirrored inside the
+    // rectangle and copied outside it.
+    OwnedPicture result;
+    if (!result.allocate(src.type, src.bitsPerComponent, int(src.width), src.height)) return ZNT_NO_MEMORY;
+    if (!takeDescription(src, result)) return ZNT_NO_MEMORY;
+    const size_t rowBytes = size_t(src.width) * bpp;
+    const size_t x0 = size_t(area.x0) * bpp, x1 = size_t(area.x1) * bpp;
+    for (int y = 0; y < src.height; ++y) {
+        const uint8_t *in = bufferRow(src, y);
+        uint8_t *out = bufferRow(*result, y);
+        const int shown = (src.colorModel & kBottomUpRows) ? src.height - 1 - y : y;
+        if (shown < area.y0 || shown >= area.y1) {
+            std::memcpy(out, in, rowBytes);
             continue;
         }
-        uint8_t *left = row + size_t(area.x0) * bpp, *right = row + size_t(area.x1 - 1) * bpp;
+        std::memcpy(out, in, x0);
+        std::memcpy(out + x1, in + x1, rowBytes - x1);
         switch (bpp) {
-        case 1: std::reverse(left, right + 1); break;
-        case 3: mirrorPixels<3>(left, right); break;
-        default: mirrorPixels<4>(left, right); break;
+        case 1: mirrorCopy<1>(in + x0, out + x0, area.width()); break;
+        case 3: mirrorCopy<3>(in + x0, out + x0, area.width()); break;
+        default: mirrorCopy<4>(in + x0, out + x0, area.width()); break;
         }
     }
-    if (target != source) deliverPicture(source, output, copy);
+    deliverPicture(source, output, result);
     return ZNT_OK;
 }
 

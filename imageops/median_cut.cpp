@@ -44,6 +44,8 @@ public:
     void mapWithDiffusion(const Picture &source, const RowReader &reader, uint8_t *scratch, int16_t *errors,
                           Picture &target);
     void mapIndexed(const Picture &source, const RowReader &reader, Picture &target);
+    template <int Dir>
+    void diffuseRow(const uint8_t *in, uint8_t *out, int16_t *error, int width, const int *limit);
 
     int colorCount() const { return colorCount_; }
     const uint8_t *red() const { return red_; }
@@ -56,10 +58,11 @@ private:
     void computeColor(const Box &box, int index);
     int nearbyColors(int minR, int minG, int minB, uint8_t *candidates) const;
     void bestColors(int minR, int minG, int minB, int count, const uint8_t *candidates, uint8_t *best) const;
-    void fillBlock(int r, int g, int b);
+    [[gnu::noinline]] void fillBlock(int r, int g, int b);
     int indexOf(int r, int g, int b) {
         Cell &cell = at(r >> kRedShift, g >> kGreenShift, b >> kBlueShift);
-        if (cell == 0) fillBlock(r >> kRedShift, g >> kGreenShift, b >> kBlueShift);
+        if (cell == 0) [[unlikely]]
+            fillBlock(r >> kRedShift, g >> kGreenShift, b >> kBlueShift);
         return cell - 1;
     }
 
@@ -81,7 +84,7 @@ void MedianCut::countRgbRows(const Picture &source, const RowReader &reader, uin
         const uint8_t *p = reader.rgb(bufferRow(source, y), scratch);
         for (int x = 0; x < width; ++x, p += 3) {
             Cell &cell = hist_[cellOf(p[0] >> kRedShift, p[1] >> kGreenShift, p[2] >> kBlueShift)];
-            if (cell != 65535) ++cell;
+            cell = Cell(cell + (cell != 65535));   // saturating
         }
     }
 }
@@ -367,75 +370,67 @@ struct ErrorLimit {
         for (; in < 48; ++in, out += (in & 1) ? 0 : 1) t[in] = out, t[-in] = -out;
         for (; in <= 255; ++in) t[in] = out, t[-in] = -out;
     }
-    int operator[](int e) const { return table[e + 255]; }
 };
 
 inline int clampSample(int v) { return v < 0 ? 0 : v > 255 ? 255 : v; }
+
+template <int Dir>
+void MedianCut::diffuseRow(const uint8_t *in, uint8_t *out, int16_t *error, int width, const int *limit) {
+    // The error cells are one per column plus one spare at each end; `error`
+    // points at the cells of the column before the current one.
+    constexpr int dir3 = 3 * Dir;
+    if (Dir < 0) {
+        in += (width - 1) * 3;
+        out += width - 1;
+        error += (width + 1) * 3;
+    }
+    // cur*: the error carried along the row (times 16), then the value.
+    int curR = 0, curG = 0, curB = 0;
+    int belowR = 0, belowG = 0, belowB = 0;     // for the pixel below the current one
+    int behindR = 0, behindG = 0, behindB = 0;  // for the pixel below and behind
+    for (int n = width; n > 0; --n) {
+        curR = clampSample(limit[(curR + error[dir3 + 0] + 8) >> 4] + in[0]);
+        curG = clampSample(limit[(curG + error[dir3 + 1] + 8) >> 4] + in[1]);
+        curB = clampSample(limit[(curB + error[dir3 + 2] + 8) >> 4] + in[2]);
+        const int index = indexOf(curR, curG, curB);
+        *out = uint8_t(index);
+        curR -= red_[index];
+        curG -= green_[index];
+        curB -= blue_[index];
+
+        error[0] = int16_t(behindR + curR * 3);
+        behindR = belowR + curR * 5;
+        belowR = curR;
+        curR *= 7;
+        error[1] = int16_t(behindG + curG * 3);
+        behindG = belowG + curG * 5;
+        belowG = curG;
+        curG *= 7;
+        error[2] = int16_t(behindB + curB * 3);
+        behindB = belowB + curB * 5;
+        belowB = curB;
+        curB *= 7;
+
+        in += dir3;
+        out += Dir;
+        error += dir3;
+    }
+    // The last column's below-behind share; the below-ahead one falls on
+    // the spare cell past the row and is dropped.
+    error[0] = int16_t(behindR);
+    error[1] = int16_t(behindG);
+    error[2] = int16_t(behindB);
+}
 
 void MedianCut::mapWithDiffusion(const Picture &source, const RowReader &reader, uint8_t *scratch,
                                  int16_t *errors, Picture &target) {
     static const ErrorLimit limit;
     const int width = int(source.width);
-    bool oddRow = false;
     for (int y = 0; y < source.height; ++y) {
         const uint8_t *in = reader.rgb(bufferRow(source, y), scratch);
-        uint8_t *out = bufferRow(target, y);
-        int dir, dir3;
-        int16_t *error;   // the error cells of the column before the current one
-        if (oddRow) {
-            in += (width - 1) * 3;
-            out += width - 1;
-            dir = -1;
-            dir3 = -3;
-            error = errors + (width + 1) * 3;
-        } else {
-            dir = 1;
-            dir3 = 3;
-            error = errors;
-        }
-        oddRow = !oddRow;
-        // cur*: the error carried along the row (times 16), then the value.
-        int curR = 0, curG = 0, curB = 0;
-        int belowR = 0, belowG = 0, belowB = 0;     // for the pixel below the current one
-        int behindR = 0, behindG = 0, behindB = 0;  // for the pixel below and behind
-        for (int n = width; n > 0; --n) {
-            curR = limit[(curR + error[dir3 + 0] + 8) >> 4];
-            curG = limit[(curG + error[dir3 + 1] + 8) >> 4];
-            curB = limit[(curB + error[dir3 + 2] + 8) >> 4];
-            curR = clampSample(curR + in[0]);
-            curG = clampSample(curG + in[1]);
-            curB = clampSample(curB + in[2]);
-            const int index = indexOf(curR, curG, curB);
-            *out = uint8_t(index);
-            curR -= red_[index];
-            curG -= green_[index];
-            curB -= blue_[index];
-
-            int next = curR;
-            error[0] = int16_t(behindR + curR * 3);
-            behindR = belowR + curR * 5;
-            belowR = next;
-            curR *= 7;
-            next = curG;
-            error[1] = int16_t(behindG + curG * 3);
-            behindG = belowG + curG * 5;
-            belowG = next;
-            curG *= 7;
-            next = curB;
-            error[2] = int16_t(behindB + curB * 3);
-            behindB = belowB + curB * 5;
-            belowB = next;
-            curB *= 7;
-
-            in += dir3;
-            out += dir;
-            error += dir3;
-        }
-        // The last column's below-behind share; the below-ahead one falls on
-        // the spare cell past the row and is dropped.
-        error[0] = int16_t(behindR);
-        error[1] = int16_t(behindG);
-        error[2] = int16_t(behindB);
+        // Even rows left to right, odd rows right to left.
+        if (y & 1) diffuseRow<-1>(in, bufferRow(target, y), errors, width, limit.table + 255);
+        else diffuseRow<1>(in, bufferRow(target, y), errors, width, limit.table + 255);
     }
 }
 
