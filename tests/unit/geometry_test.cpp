@@ -1,5 +1,5 @@
 // Geometric operations: crop, flips, turns and free rotation, resizing,
-// canvas, automatic crop, resolution and de-interlacing.
+// canvas, automatic crop and de-interlacing.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -281,17 +281,6 @@ TEST(AutoCrop, RemovesTheBorderWithinTheTolerance) {
     ASSERT_EQ(autoCropPicture(blank.get(), nullptr, 0), ZNT_OK);
     EXPECT_EQ(blank->width, 4u);
     EXPECT_EQ(autoCropPicture(blank.get(), nullptr, 256), ZNT_BAD_ARGUMENT);
-}
-
-TEST(Resolution, SetsBothValues) {
-    OwnedTestPicture src;
-    makeNumbered(src, ZNT_GREY, 3, 3);
-    OwnedTestPicture out;
-    ASSERT_EQ(setResolution(src.get(), out.get(), 300, 600), ZNT_OK);
-    EXPECT_EQ(out->resolutionX, 300u);
-    EXPECT_EQ(out->resolutionY, 600u);
-    EXPECT_EQ(src->resolutionX, 0u);
-    EXPECT_EQ(setResolution(src.get(), nullptr, 0, 72), ZNT_BAD_ARGUMENT);
 }
 
 TEST(Deinterlace, RebuildsTheOtherFieldByCopyOrMean) {
