@@ -388,15 +388,22 @@ void MedianCut::diffuseRow(const uint8_t *in, uint8_t *out, int16_t *error, int 
     int curR = 0, curG = 0, curB = 0;
     int belowR = 0, belowG = 0, belowB = 0;     // for the pixel below the current one
     int behindR = 0, behindG = 0, behindB = 0;  // for the pixel below and behind
+    // Local copies: the stores through `out` and `error` could otherwise
+    // alias the members and force them to be read again for every pixel.
+    Cell *const map = hist_;
+    const uint8_t *const red = red_, *const green = green_, *const blue = blue_;
     for (int n = width; n > 0; --n) {
         curR = clampSample(limit[(curR + error[dir3 + 0] + 8) >> 4] + in[0]);
         curG = clampSample(limit[(curG + error[dir3 + 1] + 8) >> 4] + in[1]);
         curB = clampSample(limit[(curB + error[dir3 + 2] + 8) >> 4] + in[2]);
-        const int index = indexOf(curR, curG, curB);
+        const Cell *cell = &map[cellOf(curR >> kRedShift, curG >> kGreenShift, curB >> kBlueShift)];
+        if (*cell == 0) [[unlikely]]
+            fillBlock(curR >> kRedShift, curG >> kGreenShift, curB >> kBlueShift);
+        const int index = *cell - 1;
         *out = uint8_t(index);
-        curR -= red_[index];
-        curG -= green_[index];
-        curB -= blue_[index];
+        curR -= red[index];
+        curG -= green[index];
+        curB -= blue[index];
 
         error[0] = int16_t(behindR + curR * 3);
         behindR = belowR + curR * 5;
