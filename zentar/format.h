@@ -45,7 +45,7 @@ struct Header {
 
 // FileInformation flag: header only. A format that would have to walk the
 // whole file to count its frames (GIF) reports the first one only.
-constexpr uint32_t kInfoQuick = 0x10000;
+constexpr uint32_t kInfoQuick = ZNT_INFO_QUICK;
 
 // One load of one page.
 struct LoadRequest {

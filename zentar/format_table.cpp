@@ -165,6 +165,11 @@ int zntFormatIsWritable(int index) {
 
 int zntFormatIsSupported(const char *name) { return zntFormatGetIndex(name) >= 0; }
 
+int zntFormatAcceptsPicture(int index, const Picture *picture) {
+    const Format *f = formatAt(index);
+    return f != nullptr && picture != nullptr && acceptsPicture(*f, *picture);
+}
+
 int zntHasGoodExtension(const char *fileName) {
     if (fileName == nullptr) return 0;
     const std::string_view suffix = suffixOf(fileName);

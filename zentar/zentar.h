@@ -98,6 +98,11 @@ typedef struct Picture {
  * load with ZNT_STOPPED. */
 typedef int (*ZntProgressFunction)(int done, int total, void *userData);
 
+/* zntFileInformation flags */
+enum {
+    ZNT_INFO_QUICK = 0x10000        /* header only: a GIF reports its first frame, not all */
+};
+
 /* FormatParams.flags */
 enum {
     ZNT_LOAD_IGNORE_ERRORS = 0x1,   /* a truncated file loads what it holds */
@@ -170,8 +175,8 @@ typedef struct FileInformation {
 } FileInformation;
 
 typedef struct ZntSaveKind {
-    int32_t colorModel;              /* -1 ends the list */
-    int32_t depth;                   /* bits per pixel */
+    int32_t colorModel;              /* ZNT_CM_BINARY, _GREY, _PALETTE, _RGB or _RGBA; -1 ends the list */
+    int32_t depth;                   /* bits per pixel: 2 to the depth levels or colours at most */
     uint32_t maxWidth, maxHeight;    /* 0: no limit */
 } ZntSaveKind;
 
@@ -197,6 +202,12 @@ ZNT_API OpStatus zntFormatGetInfo(int index, FormatInformation *info);
 ZNT_API int zntFormatGetIndex(const char *name);      /* -1 for an unknown name */
 ZNT_API int zntFormatIsWritable(int index);
 ZNT_API int zntFormatIsSupported(const char *name);
+/* Non-zero when one of the format's save kinds holds the picture as it is:
+ * a binary picture needs a binary kind, a grey or palette picture of n
+ * levels or colours a grey or palette kind of at least n, a true-colour
+ * picture an RGB kind (its mask dropped) or an RGBA kind; within the kind's
+ * maximum size. zntSave refuses other pictures with ZNT_CANT_SAVE. */
+ZNT_API int zntFormatAcceptsPicture(int index, const Picture *picture);
 ZNT_API int zntHasGoodExtension(const char *fileName);
 ZNT_API void zntSetCorrectExtension(char *fileName, int index);   /* a 4096-byte buffer */
 ZNT_API OpStatus zntFileInformation(const char *fileName, int formatIndex, uint32_t flags, FileInformation *info);

@@ -480,7 +480,7 @@ const ZntSaveKind kGifSaveKinds[] = {{ZNT_CM_BINARY, 1, 65535, 65535},
 }  // namespace
 
 const Format kGifFormat = {
-    "gif", "CompuServe GIF", "gif", "GIF", Signature::exact, sniffGif,
+    "gif", "Graphics Interchange Format", "gif", "GIF", Signature::exact, sniffGif,
     readHeader, readPixels, kGifSaveKinds, writeGif, nullptr,
 };
 

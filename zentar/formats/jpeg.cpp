@@ -1,5 +1,5 @@
 // JPEG through libjpeg: baseline and progressive, grey, YCbCr, CMYK and YCCK
-// read (CMYK into RGB, Adobe's inverted inks recognised); quality,
+// read (CMYK into RGB, inks stored inverted after an APP14 marker recognised); quality,
 // progressive and optimised Huffman tables on write. The EXIF orientation
 // and the comment are reported, not applied.
 //
@@ -254,7 +254,7 @@ bool readScanlines(Decoder &d, ScanJob &job) {
                 const uint8_t *in = rows[i];
                 uint8_t *out = job.pic->data + size_t(y + i) * job.pic->bytesPerLine;
                 for (uint32_t x = 0; x < d.info.output_width; ++x, in += 4, out += 3) {
-                    // Adobe's files store the inks inverted.
+                    // Files with an APP14 marker store the inks inverted.
                     const unsigned c = job.adobe ? in[0] : 255u - in[0];
                     const unsigned m = job.adobe ? in[1] : 255u - in[1];
                     const unsigned yl = job.adobe ? in[2] : 255u - in[2];
