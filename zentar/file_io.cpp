@@ -68,7 +68,7 @@ OpStatus SaveTarget::open(const char *fileName) {
         mode = 0666 & ~mask;
     }
     fchmod(fd, mode);
-    file_ = fdopen(fd, "wb");
+    file_ = fdopen(fd, "w+b");   // readable too: TIFF links its directories by reading back
     if (file_ == nullptr) {
         ::close(fd);
         discard();
