@@ -139,6 +139,22 @@ TEST(BadInput, HostileHeadersAreRefusedBeforeAllocating) {
     EXPECT_EQ(p.data, nullptr);
 }
 
+TEST(BadInput, WindowDumpWhosePixelSizeDoesNotFitItsDepth) {
+    // Depth 17 with one bit per pixel and rows of 4 bytes for 16 pixels:
+    // once read as 4-bit pixels past the end of each row.
+    const uint32_t words[25] = {101, 7, 2, 17, 16, 24, 0, 0, 32, 1, 32, 1, 4, 0, 0, 0, 0, 8, 256, 0, 16, 24, 0, 0, 0};
+    std::vector<uint8_t> bytes;
+    for (uint32_t w : words)
+        for (int shift : {24, 16, 8, 0}) bytes.push_back(uint8_t(w >> shift));
+    bytes.push_back(0);
+    bytes.resize(bytes.size() + 4 * 24, 0xcc);
+    TempDir dir;
+    testsupport::writeBytes(dir.file("odd.xwd"), bytes);
+    Loaded l;
+    load(l, dir.file("odd.xwd"));
+    EXPECT_EQ(l.status, ZNT_BAD_FILE);
+}
+
 TEST(BadInput, PnmEdgeCases) {
     TempDir dir;
     struct Case {

@@ -80,13 +80,16 @@ OpStatus parseHeader(Bytes bytes, XwdHeader &h, std::string &message) {
         message = "X window dump with " + std::to_string(bpp) + " bits per pixel is not supported";
         return ZNT_BAD_FILE;
     }
-    const bool masked = h.visualClass == kTrueColor || h.visualClass == kDirectColor;
-    if (masked && bpp >= 8 && (h.redMask == 0 || h.greenMask == 0 || h.blueMask == 0)) {
-        message = "X window dump without colour masks";
+    const bool masked = (h.visualClass == kTrueColor || h.visualClass == kDirectColor) && h.depth > 1;
+    // One bit per pixel is a bitmap of depth 1; colour maps index 4 or 8 bits; masks need whole bytes.
+    const bool layoutOk = h.depth == 1 ? bpp == 1 : masked ? bpp >= 8 : bpp == 4 || bpp == 8;
+    if (!layoutOk) {
+        message = "X window dump of depth " + std::to_string(h.depth) + " with " + std::to_string(bpp) +
+                  " bits per pixel is not supported";
         return ZNT_BAD_FILE;
     }
-    if (!masked && bpp > 8 && h.depth > 1) {
-        message = "Colour-mapped X window dump deeper than 8 bits";
+    if (masked && (h.redMask == 0 || h.greenMask == 0 || h.blueMask == 0)) {
+        message = "X window dump without colour masks";
         return ZNT_BAD_FILE;
     }
     for (uint32_t m : {h.redMask, h.greenMask, h.blueMask}) {
@@ -154,7 +157,7 @@ OpStatus readPixels(const Source &source, const LoadRequest &request, OwnedPictu
 
     const bool bitmap = h.format != kZPixmap || h.depth == 1;
     const uint32_t bpp = h.format != kZPixmap ? 1 : h.bitsPerPixel;
-    const bool masked = (h.visualClass == kTrueColor || h.visualClass == kDirectColor) && bpp >= 8;
+    const bool masked = (h.visualClass == kTrueColor || h.visualClass == kDirectColor) && h.depth > 1;
 
     // Colour entries by pixel value.
     uint8_t palette[768] = {};
