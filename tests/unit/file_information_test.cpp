@@ -194,6 +194,50 @@ static std::vector<uint8_t> withSegment(std::vector<uint8_t> jpeg, uint8_t marke
     return jpeg;
 }
 
+// An EXIF block whose second directory points at a JPEG thumbnail.
+static std::vector<uint8_t> exifWithThumbnail(const std::vector<uint8_t> &thumbnail) {
+    std::vector<uint8_t> b = {'E', 'x', 'i', 'f', 0, 0, 'I', 'I', 42, 0, 8, 0, 0, 0};
+    auto u16 = [&](unsigned v) { b.push_back(uint8_t(v)), b.push_back(uint8_t(v >> 8)); };
+    auto u32 = [&](uint32_t v) { u16(v & 0xffff), u16(v >> 16); };
+    u16(1), u16(0x0112), u16(3), u32(1), u32(1), u32(26);                // orientation 1, next at 26
+    u16(2), u16(0x0201), u16(4), u32(1), u32(56), u16(0x0202), u16(4), u32(1), u32(uint32_t(thumbnail.size())), u32(0);
+    b.insert(b.end(), thumbnail.begin(), thumbnail.end());
+    return b;
+}
+
+TEST(Loading, ReducedJpegLoadsTakeTheExifThumbnailWhenItFits) {
+    Gradient g(800, 600);
+    TempDir dir;
+    ASSERT_EQ(save(dir.file("main.jpg"), g.picture, "jpeg"), 0);
+    for (int thumbHeight : {120, 100}) {
+        SCOPED_TRACE(thumbHeight);
+        Picture red{};
+        ASSERT_TRUE(zntAllock(&red, ZNT_RGB, 8, 160, thumbHeight));
+        for (uint32_t i = 0; i < red.bytesPerLine * uint32_t(red.height); i += 3) red.data[i] = 255;
+        ASSERT_EQ(save(dir.file("thumb.jpg"), red, "jpeg"), 0);
+        zntFree(&red);
+        testsupport::writeBytes(dir.file("camera.jpg"), withSegment(testsupport::readBytes(dir.file("main.jpg")), 0xe1,
+                                                                    exifWithThumbnail(testsupport::readBytes(dir.file("thumb.jpg")))));
+        struct Case {
+            uint32_t wantW, wantH;
+        } cases[] = {{100, 75}, {200, 150}};
+        for (const Case &c : cases) {
+            FormatParams params;
+            zntDefaultParams(&params);
+            params.flags = ZNT_LOAD_REDUCED;
+            params.reducedWidth = c.wantW;
+            params.reducedHeight = c.wantH;
+            Picture picture{};
+            ASSERT_EQ(zntLoad(dir.file("camera.jpg").c_str(), &picture, &params, nullptr), 0);
+            // A thumbnail of other proportions is not used: the decoder scales instead.
+            const bool thumbnail = thumbHeight == 120 && c.wantW == 100;
+            EXPECT_EQ(picture.width, thumbnail ? 160u : c.wantW);
+            EXPECT_EQ(picture.data[0] > 200, thumbnail) << "the red thumbnail, or the picture itself";
+            zntFree(&picture);
+        }
+    }
+}
+
 TEST(FileInformation, JpegOrientationCommentAndResolution) {
     Gradient g(40, 30);
     g.picture.resolutionX = g.picture.resolutionY = 300;

@@ -3,9 +3,11 @@
 // progressive and optimised Huffman tables on write. The EXIF orientation
 // and the comment are reported, not applied.
 //
-// A reduced load (ZNT_LOAD_REDUCED with a wanted size) lets the decoder scale
-// by 1/2, 1/4 or 1/8 in the DCT, with the fast integer transform and plain
-// upsampling: thumbnails never decode the full picture.
+// A reduced load (ZNT_LOAD_REDUCED with a wanted size) takes the EXIF
+// thumbnail when it is large enough and of the picture's proportions;
+// otherwise the decoder scales by 1/2, 1/4 or 1/8 in the DCT, with the fast
+// integer transform and plain upsampling. Either way a thumbnail never costs
+// a full decode, though the DCT path still reads every coefficient.
 //
 // libjpeg reports errors with longjmp: the functions that call it keep no
 // object with a destructor between setjmp and the calls.
@@ -94,6 +96,37 @@ uint16_t exifOrientation(const uint8_t *data, size_t size) {
     return 0;
 }
 
+// The JPEG thumbnail an EXIF block carries in its second directory
+// (tags 0x201 offset and 0x202 length), or an empty span.
+Bytes exifThumbnail(const uint8_t *data, size_t size) {
+    if (size < 14 || std::memcmp(data, "Exif\0\0", 6) != 0) return {};
+    const Bytes tiff(data + 6, size - 6);
+    const bool little = tiff[0] == 'I' && tiff[1] == 'I';
+    if (!little && !(tiff[0] == 'M' && tiff[1] == 'M')) return {};
+    auto u16 = [&](uint64_t at) -> uint32_t {
+        if (at + 2 > tiff.size()) return 0;
+        return little ? readLe16(tiff.data() + at) : readBe16(tiff.data() + at);
+    };
+    auto u32 = [&](uint64_t at) -> uint32_t {
+        if (at + 4 > tiff.size()) return 0;
+        return little ? readLe32(tiff.data() + at) : readBe32(tiff.data() + at);
+    };
+    const uint32_t first = u32(4);
+    if (first < 8 || first + 2 > tiff.size()) return {};
+    const uint64_t second = u32(first + 2 + uint64_t(u16(first)) * 12);
+    if (second < 8 || second + 2 > tiff.size()) return {};
+    uint32_t offset = 0, length = 0;
+    const uint32_t count = u16(second);
+    for (uint32_t i = 0; i < count && i < 100; ++i) {
+        const uint64_t entry = second + 2 + uint64_t(i) * 12;
+        const uint32_t tag = u16(entry);
+        if (tag == 0x0201) offset = u32(entry + 8);
+        if (tag == 0x0202) length = u32(entry + 8);
+    }
+    if (offset < 8 || length < 4 || offset > tiff.size() || length > tiff.size() - offset) return {};
+    return tiff.subspan(offset, length);
+}
+
 struct Decoder {
     jpeg_decompress_struct info{};
     ErrorState error;
@@ -113,6 +146,7 @@ struct HeaderFacts {
     uint32_t dpiX = 0, dpiY = 0;
     uint16_t orientation = 0;
     std::string comment;
+    std::vector<uint8_t> thumbnail;   // the EXIF thumbnail, a JPEG of its own
 };
 
 bool openDecoder(Decoder &d, Bytes bytes, std::string &message, HeaderFacts &facts) {
@@ -166,6 +200,8 @@ bool openDecoder(Decoder &d, Bytes bytes, std::string &message, HeaderFacts &fac
             while (!facts.comment.empty() && facts.comment.back() == '\0') facts.comment.pop_back();
         } else if (m->marker == JPEG_APP0 + 1 && facts.orientation == 0) {
             facts.orientation = exifOrientation(m->data, m->data_length);
+            const Bytes thumbnail = exifThumbnail(m->data, m->data_length);
+            facts.thumbnail.assign(thumbnail.begin(), thumbnail.end());
         }
     }
     return true;
@@ -286,10 +322,34 @@ OpStatus readPixels(const Source &source, const LoadRequest &request, OwnedPictu
     HeaderFacts facts;
     if (!openDecoder(d, source.bytes, message, facts)) return d.error.truncated ? ZNT_CANT_READ : ZNT_JPEG_PROBLEM;
 
+    const bool reduced = (request.flags & ZNT_LOAD_REDUCED) && (request.reducedWidth != 0 || request.reducedHeight != 0);
+    if (reduced && !facts.thumbnail.empty()) {
+        // Cameras store a small copy of the picture: when it is as large as
+        // wanted and of the same proportions, it is all a thumbnail needs.
+        const std::vector<uint8_t> bytes = std::move(facts.thumbnail);
+        Decoder t;
+        HeaderFacts small;
+        std::string ignored;
+        if (openDecoder(t, bytes, ignored, small) && small.width >= request.reducedWidth &&
+            small.height >= request.reducedHeight && small.width < facts.width) {
+            const uint64_t a = uint64_t(small.width) * facts.height, b = uint64_t(facts.width) * small.height;
+            if ((a > b ? a - b : b - a) * 50 <= b) {
+                LoadRequest inner = request;
+                inner.flags &= ~uint32_t(ZNT_LOAD_REDUCED);   // and so no thumbnail of the thumbnail
+                if (readPixels(Source{bytes, source.name}, inner, out, ignored) == ZNT_OK) {
+                    out.get().colorModel = uint16_t(facts.model);
+                    out.get().resolutionX = facts.dpiX;
+                    out.get().resolutionY = facts.dpiY;
+                    return ZNT_OK;
+                }
+            }
+        }
+    }
+
     Output o;
     o.grey = facts.model == ZNT_CM_GREY;
     o.cmyk = facts.model == ZNT_CM_CMYK || facts.model == ZNT_CM_YCCK;
-    if ((request.flags & ZNT_LOAD_REDUCED) && (request.reducedWidth != 0 || request.reducedHeight != 0)) {
+    if (reduced) {
         for (unsigned denominator : {8u, 4u, 2u}) {
             const uint32_t w = (facts.width + denominator - 1) / denominator;
             const uint32_t h = (facts.height + denominator - 1) / denominator;
