@@ -6,9 +6,12 @@
 // and the file information never decode pixels: readHeader fills a Header
 // from the first bytes it needs, readPixels makes the Picture of one page.
 //
-// Adding a format: write zentar/formats/<name>.cpp defining one `Format`
-// (declared below with the others), and add it to the table in
-// format_table.cpp. Nothing else changes.
+// Adding a format: write zentar/formats/<name>.cpp defining one `Format`,
+// declare it below with the others, put it in the table of
+// format_table.cpp and the file in ZENTAR_SOURCES. Nothing else changes:
+// detection, the C API, information, saving and the save kinds all read
+// the table. Give a format without a magic number Signature::none (its
+// suffixes select it) or Signature::weak (tried after every exact one).
 #pragma once
 
 #include "zentar.h"

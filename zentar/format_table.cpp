@@ -7,6 +7,7 @@
 #include <cctype>
 #include <cstring>
 #include <string>
+#include <vector>
 
 namespace zentar {
 
@@ -129,11 +130,14 @@ const char *zntFormatGetDescription(int index) {
 }
 
 const char *zntFormatGetDefaultSuffix(int index) {
-    static thread_local std::string suffix;
+    // One text per format, made once, so that every pointer handed out stays valid.
+    static const std::vector<std::string> suffixes = [] {
+        std::vector<std::string> all;
+        for (const Format *f : kFormats) all.emplace_back(defaultSuffix(*f));
+        return all;
+    }();
     const Format *f = formatAt(index);
-    if (f == nullptr) return nullptr;
-    suffix = std::string(defaultSuffix(*f));
-    return suffix.c_str();
+    return f ? suffixes[size_t(index)].c_str() : nullptr;
 }
 
 OpStatus zntFormatGetInfo(int index, FormatInformation *info) {

@@ -100,7 +100,7 @@ TEST(TransmogCli, ConvertsWhatTheTargetCannotHold) {
 TEST(TransmogCli, PagesOfAMultiPageFile) {
     TempDir dir;
     // Two raw grey maps in one file are two pages.
-    testsupport::writeFile(dir.file("two.pgm"), std::string("P5\n2 1\n255\n\x10\x20P5\n1 1\n255\n\x30", 27));
+    testsupport::writeFile(dir.file("two.pgm"), std::string("P5\n2 1\n255\n\x10\x20P5\n1 1\n255\n\x30"));
     auto r = transmog({"-out", "pam", "-page", "2", "-o", dir.file("second.pam"), dir.file("two.pgm")});
     EXPECT_EQ(r.exitCode, 0) << r.err;
     EXPECT_NE(readFile(dir.file("second.pam")).find("WIDTH 1\n"), std::string::npos);

@@ -350,6 +350,12 @@ OpStatus readPixels(const Source &source, const LoadRequest &request, OwnedPictu
                     break;
                 }
                 const uint8_t *p = bytes.data() + pos;
+                if (!wide && h.maxval == 255 && (h.kind == Kind::grey || h.kind == Kind::rgb || h.kind == Kind::rgba)) {
+                    std::memcpy(row, p, samplesPerRow);   // the samples are the picture row
+                    pos += rowBytes;
+                    if (progress.row(int(y))) return ZNT_STOPPED;
+                    continue;
+                }
                 if (wide) {
                     for (uint32_t i = 0; i < samplesPerRow; ++i)
                         samples[i] = scale[std::min<uint32_t>(readBe16(p + 2 * i), h.maxval)];
