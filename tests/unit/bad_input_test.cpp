@@ -155,6 +155,13 @@ TEST(BadInput, WindowDumpWhosePixelSizeDoesNotFitItsDepth) {
     EXPECT_EQ(l.status, ZNT_BAD_FILE);
 }
 
+TEST(BadInput, TiffTilesFarLargerThanThePicture) {
+    // 16 x 12 pixels in tiles of 16400 x 57104: once a 2.8 GB tile buffer.
+    Loaded l;
+    load(l, testsupport::dataPath("bad/huge-tile.tif"));
+    EXPECT_EQ(l.status, ZNT_BAD_FILE);
+}
+
 TEST(BadInput, PnmEdgeCases) {
     TempDir dir;
     struct Case {

@@ -99,7 +99,7 @@ OpStatus openTiff(TiffHandle &h, Bytes bytes, std::string &message) {
     if (options == nullptr) return ZNT_NO_MEMORY;
     TIFFOpenOptionsSetErrorHandlerExtR(options, keepMessage, &message);
     TIFFOpenOptionsSetWarningHandlerExtR(options, ignoreMessage, nullptr);
-    TIFFOpenOptionsSetMaxSingleMemAlloc(options, tmsize_t(1) << 30);
+    TIFFOpenOptionsSetMaxSingleMemAlloc(options, tmsize_t(512) << 20);
     h.tif = TIFFClientOpenExt("tiff", "r", &h.file, memRead, memWrite, memSeek, memClose, memSize, memMap, memUnmap,
                               options);
     TIFFOpenOptionsFree(options);
@@ -428,7 +428,7 @@ OpStatus readPixels(const Source &source, const LoadRequest &request, OwnedPictu
         l.photometric = PHOTOMETRIC_RGB;
     }
 
-    const bool depthOk = l.bits == 1 || l.bits == 2 || l.bits == 4 || l.bits == 8 || l.bits == 16;
+    const bool depthOk = (l.bits == 1 || l.bits == 2 || l.bits == 4 || l.bits == 8 || l.bits == 16) && l.samples <= 16;
     Kind kind = Kind::rgb;
     bool native = depthOk;
     switch (l.photometric) {
@@ -519,6 +519,11 @@ OpStatus readPixels(const Source &source, const LoadRequest &request, OwnedPictu
     if (uint64_t(bandRows) * scanline > (uint64_t(1) << 30)) return ZNT_NO_MEMORY;
     const size_t chunkSize = tiled ? size_t(std::max<tmsize_t>(TIFFTileSize(tif), 0)) : 0;
     if (tiled && chunkSize == 0) return ZNT_BAD_FILE;
+    // Tiles may overhang the picture, but not by gigabytes.
+    if (chunkSize > std::max<uint64_t>(uint64_t(scanline) * l.height * 2, uint64_t(16) << 20)) {
+        message = "TIFF tiles far larger than the picture";
+        return ZNT_BAD_FILE;
+    }
 
     std::vector<std::vector<uint8_t>> bands(planes, std::vector<uint8_t>(size_t(bandRows) * scanline));
     std::vector<uint8_t> chunk(chunkSize);
