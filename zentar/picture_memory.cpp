@@ -86,3 +86,15 @@ void zntFree(Picture *picture) {
 }
 
 }
+
+#include "format.h"
+
+namespace zentar {
+
+bool OwnedPicture::allocate(int type, int bitsPerComponent, uint32_t width, uint32_t height) {
+    zntFree(&picture_);
+    if (width > uint32_t(kMaxSide) || height > uint32_t(kMaxSide)) return false;
+    return zntAllock(&picture_, type, bitsPerComponent, int(width), int(height)) != 0;
+}
+
+}  // namespace zentar

@@ -7,6 +7,11 @@
  * is plain data and may be copied by value; after a copy exactly one of the
  * copies may be passed to zntFree.
  *
+ * A load gives the simplest picture that holds the file exactly: binary for
+ * one-bit black and white, grey of the file's levels, palette (with its
+ * transparent index), RGB, or RGBA where the file has alpha or partial
+ * transparency. Samples of 16 bits are cut to 8.
+ *
  * Order of calls: zntInitLibrary once before anything else, zntExitLibrary
  * once at the end. No function prints, exits or keeps global state beyond
  * the format table; errors are returned as an OpStatus.
@@ -98,10 +103,18 @@ typedef struct Picture {
  * load with ZNT_STOPPED. */
 typedef int (*ZntProgressFunction)(int done, int total, void *userData);
 
+/* zntFileInformation flags */
+enum {
+    ZNT_INFO_QUICK = 0x10000        /* header only: a GIF reports its first frame, not all */
+};
+
 /* FormatParams.flags */
 enum {
     ZNT_LOAD_IGNORE_ERRORS = 0x1,   /* a truncated file loads what it holds */
-    ZNT_LOAD_REDUCED = 0x400,       /* a quick, possibly reduced load (thumbnails) */
+    ZNT_LOAD_REDUCED = 0x400,       /* with reducedWidth/Height set: a quick load for a thumbnail,
+                                       at least that size where the file is larger, possibly
+                                       smaller than the file (JPEG: its EXIF thumbnail or a
+                                       1/2 to 1/8 DCT scaling). Other formats load in full. */
     ZNT_SAVE_VERBOSE = 0x1,
     ZNT_SAVE_ALWAYS = 0x4,
     ZNT_SAVE_EXTRA = 0xC0
@@ -128,7 +141,9 @@ typedef struct FormatParams {
     /* Writing. */
     int32_t saveOffset;              /* raw: starting offset */
     uint16_t saveChannelOrder, saveChannelType;
-    uint16_t compression;            /* format-specific compression code */
+    uint16_t compression;            /* format-specific; TIFF: 0 none, 1 PackBits, 2 LZW, 3 LZW with
+                                        predictor, 4 CCITT G3, 5 G3 2D, 6 G4 (binary only),
+                                        7 Deflate, 8 JPEG (jpegQuality) */
     uint16_t jpegQuality;            /* 0-100 */
     uint16_t pngCompressionLevel;    /* 0-9 */
     uint8_t progressive;             /* progressive JPEG, interlaced PNG or GIF */
@@ -138,7 +153,7 @@ typedef struct FormatParams {
     uint8_t bmpOs2Header;
     uint8_t hp49Header;
     uint8_t dpx10Bits;
-    uint8_t rleCompress;             /* IFF, PCX, TGA, Softimage, SGI, BMP */
+    uint8_t rleCompress;             /* IFF, PCX, TGA, Softimage, SGI, BMP (RLE4/RLE8) */
 
     char lutFileName[1024];          /* look-up table file for DPX/Cineon, "" for none */
 
@@ -150,9 +165,12 @@ typedef struct FormatParams {
 typedef struct ZntSubImage {
     uint16_t colorModel;             /* ZNT_CM_END ends the list */
     uint32_t width, height;
-    uint16_t bitsPerComponent;
+    uint16_t bitsPerComponent;       /* bits per sample (or palette index) in the file */
 } ZntSubImage;
 
+/* Filled by zntFileInformation (arrays and comment allocated, released by
+ * zntFileInformationFree). zntLoad writes only `message`, and only for
+ * ZNT_BAD_FILE; it never touches the arrays. */
 typedef struct FileInformation {
     int16_t formatIndex;
     ZntSubImage *images;             /* imageCount entries, then one ZNT_CM_END entry */
@@ -166,12 +184,12 @@ typedef struct FileInformation {
     char message[256];               /* the library's text for ZNT_BAD_FILE */
     char typeText[32];               /* printable type for sorting, e.g. "JPEG" */
     char colorText[32];              /* printable colour model, e.g. "RGB" */
-    uint64_t fileSize;
+    uint64_t fileSize;               /* bytes */
 } FileInformation;
 
 typedef struct ZntSaveKind {
-    int32_t colorModel;              /* -1 ends the list */
-    int32_t depth;                   /* bits per pixel */
+    int32_t colorModel;              /* ZNT_CM_BINARY, _GREY, _PALETTE, _RGB or _RGBA; -1 ends the list */
+    int32_t depth;                   /* bits per pixel: 2 to the depth levels or colours at most */
     uint32_t maxWidth, maxHeight;    /* 0: no limit */
 } ZntSaveKind;
 
@@ -197,6 +215,12 @@ ZNT_API OpStatus zntFormatGetInfo(int index, FormatInformation *info);
 ZNT_API int zntFormatGetIndex(const char *name);      /* -1 for an unknown name */
 ZNT_API int zntFormatIsWritable(int index);
 ZNT_API int zntFormatIsSupported(const char *name);
+/* Non-zero when one of the format's save kinds holds the picture as it is:
+ * a binary picture needs a binary kind, a grey or palette picture of n
+ * levels or colours a grey or palette kind of at least n, a true-colour
+ * picture an RGB kind (its mask dropped) or an RGBA kind; within the kind's
+ * maximum size. zntSave refuses other pictures with ZNT_CANT_SAVE. */
+ZNT_API int zntFormatAcceptsPicture(int index, const Picture *picture);
 ZNT_API int zntHasGoodExtension(const char *fileName);
 ZNT_API void zntSetCorrectExtension(char *fileName, int index);   /* a 4096-byte buffer */
 ZNT_API OpStatus zntFileInformation(const char *fileName, int formatIndex, uint32_t flags, FileInformation *info);
@@ -204,16 +228,25 @@ ZNT_API void zntFileInformationFree(FileInformation *info);
 ZNT_API const char *zntGetLabelForColorModel(int colorModel);
 ZNT_API const char *zntGetFullLabelForCompression(char *text, const FileInformation *info);
 ZNT_API void zntDefaultParams(FormatParams *params);
+/* Loads page params->pageNumber of the file in the format params->formatIndex
+ * (-1, or params NULL: detected from the signature). On failure the picture
+ * gets no buffers; `info` may be NULL. */
 ZNT_API OpStatus zntLoad(const char *fileName, Picture *picture, FormatParams *params, FileInformation *info);
+/* Saves in params->formatIndex (-1: the format whose suffix the name has).
+ * The file is written under a temporary name beside it and renamed when
+ * complete. ZNT_CANT_SAVE when the format does not hold the picture. */
 ZNT_API OpStatus zntSave(const char *fileName, Picture *picture, FormatParams *params, int reserved);
 ZNT_API int zntAllock(Picture *picture, int type, int bitsPerComponent, int width, int height); /* rows zeroed */
 ZNT_API void zntFree(Picture *picture);
 /* Gives a picture without a palette a zeroed 768-byte one; returns it, or NULL when memory is short. */
 ZNT_API uint8_t *zntAllockPalette(Picture *picture);
+/* A file of several pages: NULL for a format that holds one picture (only
+ * "tiff" holds several) or a file that cannot be created. zntFileClose
+ * returns the first failure and then leaves no file behind. */
 ZNT_API ZntFile *zntFileCreate(const char *fileName, int formatIndex, const FormatParams *params);
 ZNT_API OpStatus zntFileAddPicture(ZntFile *file, const Picture *picture);
 ZNT_API OpStatus zntFileClose(ZntFile *file);
-ZNT_API uint16_t zntFileReadWordLsbf(FILE *file);
+ZNT_API uint16_t zntFileReadWordLsbf(FILE *file);   /* bytes past the end read as 0 */
 
 #ifdef __cplusplus
 }

@@ -1,0 +1,200 @@
+// Truncated and corrupted files: every reader answers with a status, never a
+// crash or a hang; a truncated file loads what it holds when read errors are
+// ignored.
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+#include "picture_pixels.h"
+#include "test_files.h"
+
+using namespace pictest;
+using testsupport::TempDir;
+
+namespace {
+
+struct Source {
+    Picture picture{};
+    explicit Source(int type) {
+        zntAllock(&picture, type, 8, 61, 47);
+        if (type == ZNT_PALETTE)
+            for (int i = 0; i < 768; ++i) picture.palette[i] = uint8_t(i * 7);
+        for (int32_t y = 0; y < picture.height; ++y)
+            for (uint32_t i = 0; i < picture.bytesPerLine; ++i)
+                picture.data[size_t(y) * picture.bytesPerLine + i] = uint8_t(i * 13 + uint32_t(y) * 29);
+    }
+    ~Source() { zntFree(&picture); }
+};
+
+struct Case {
+    const char *format;
+    int type;
+    void (*adjust)(FormatParams &);
+};
+
+const Case kCases[] = {
+    {"jpeg", ZNT_RGB, nullptr},
+    {"jpeg", ZNT_RGB, [](FormatParams &p) { p.progressive = 1; }},
+    {"png", ZNT_RGB, nullptr},
+    {"png", ZNT_PALETTE, [](FormatParams &p) { p.progressive = 1; }},
+    {"gif", ZNT_PALETTE, nullptr},
+    {"gif", ZNT_PALETTE, [](FormatParams &p) { p.progressive = 1; }},
+    {"tiff", ZNT_RGB, [](FormatParams &p) { p.compression = 2; }},
+    {"tiff", ZNT_BINARY, [](FormatParams &p) { p.compression = 6; }},
+    {"tiff", ZNT_RGB, [](FormatParams &p) { p.compression = 8; }},
+    {"bmp", ZNT_RGB, nullptr},
+    {"bmp", ZNT_PALETTE, [](FormatParams &p) { p.rleCompress = 1; }},
+    {"ppm", ZNT_RGB, nullptr},
+    {"ppm", ZNT_GREY, [](FormatParams &p) { p.ppmAscii = 1; }},
+    {"pam", ZNT_RGBA, nullptr},
+    {"xwd", ZNT_PALETTE, nullptr},
+};
+
+}  // namespace
+
+TEST(BadInput, TruncatedFilesAreRefusedOrLoadWhatTheyHold) {
+    TempDir dir;
+    for (const Case &c : kCases) {
+        SCOPED_TRACE(std::string(c.format) + " type " + std::to_string(c.type));
+        Source source(c.type);
+        const std::string whole = dir.file("whole");
+        ASSERT_EQ(save(whole, source.picture, c.format, c.adjust), 0);
+        const std::vector<uint8_t> bytes = testsupport::readBytes(whole);
+        // Cut in the header, early in the pixels and near the end.
+        for (size_t keep : {size_t(0), size_t(5), bytes.size() / 3, bytes.size() * 2 / 3, bytes.size() - 3}) {
+            SCOPED_TRACE(keep);
+            const std::string cut = dir.file("cut");
+            testsupport::writeBytes(cut, std::vector<uint8_t>(bytes.begin(), bytes.begin() + long(keep)));
+            Loaded strict;
+            load(strict, cut);
+            // A GIF missing its trailer, or a TIFF the end of its last directory, lacks no pixel.
+            const bool tiff = std::strcmp(c.format, "tiff") == 0;
+            if (keep < bytes.size() - 3 || (std::strcmp(c.format, "gif") != 0 && !tiff)) {
+                EXPECT_NE(strict.status, 0);
+            }
+            EXPECT_EQ(strict.status != 0, strict.picture.data == nullptr);
+            // TIFF directories follow the pixels: a cut file has lost its directory.
+            if (keep >= bytes.size() * 2 / 3 && keep < bytes.size() - 3 && !tiff) {
+                Loaded lenient;
+                load(lenient, cut, 0, ZNT_LOAD_IGNORE_ERRORS);
+                EXPECT_EQ(lenient.status, 0) << "ignoring read errors loads the part that is there";
+                if (lenient.status == 0) {
+                    EXPECT_EQ(lenient.picture.width, source.picture.width);
+                    EXPECT_EQ(lenient.picture.height, source.picture.height);
+                }
+            }
+        }
+    }
+}
+
+TEST(BadInput, CorruptedBytesNeverCrash) {
+    TempDir dir;
+    for (const Case &c : kCases) {
+        SCOPED_TRACE(std::string(c.format) + " type " + std::to_string(c.type));
+        Source source(c.type);
+        const std::string whole = dir.file("whole");
+        ASSERT_EQ(save(whole, source.picture, c.format, c.adjust), 0);
+        const std::vector<uint8_t> bytes = testsupport::readBytes(whole);
+        uint32_t seed = 99;
+        for (int round = 0; round < 40; ++round) {
+            std::vector<uint8_t> broken = bytes;
+            // A few bytes changed, more of them in the header.
+            for (int k = 0; k < 1 + round % 4; ++k) {
+                seed = seed * 1664525u + 1013904223u;
+                const size_t span = round % 2 ? std::min<size_t>(broken.size(), 64) : broken.size();
+                broken[(seed >> 8) % span] ^= uint8_t(1 + (seed >> 24) % 255);
+            }
+            const std::string path = dir.file("broken");
+            testsupport::writeBytes(path, broken);
+            FileInformation info{};
+            zntFileInformation(path.c_str(), -1, 0, &info);
+            zntFileInformationFree(&info);
+            for (uint32_t flags : {0u, uint32_t(ZNT_LOAD_IGNORE_ERRORS)}) {
+                Loaded l;
+                load(l, path, 0, flags);
+                EXPECT_EQ(l.status != 0, l.picture.data == nullptr);
+            }
+        }
+    }
+}
+
+TEST(BadInput, HostileHeadersAreRefusedBeforeAllocating) {
+    TempDir dir;
+    // A PPM claiming a million by a million pixels in 20 bytes.
+    testsupport::writeFile(dir.file("huge.ppm"), "P6\n1000000 1000000\n255\nabc");
+    Loaded l;
+    load(l, dir.file("huge.ppm"));
+    EXPECT_NE(l.status, 0);
+    load(l, dir.file("huge.ppm"), 0, ZNT_LOAD_IGNORE_ERRORS);
+    EXPECT_EQ(l.status, ZNT_NO_MEMORY) << "too large to hold: refused, not attempted";
+    // A bitmap wider than any picture.
+    testsupport::writeFile(dir.file("wide.pbm"), "P4\n2000000 1\n");
+    load(l, dir.file("wide.pbm"));
+    EXPECT_EQ(l.status, ZNT_BAD_FILE);
+    // Picture allocation refuses sizes whose buffer would not fit.
+    Picture p{};
+    EXPECT_FALSE(zntAllock(&p, ZNT_RGBA, 8, 1 << 20, 1 << 20));
+    EXPECT_FALSE(zntAllock(&p, ZNT_RGB, 8, 0, 10));
+    EXPECT_FALSE(zntAllock(&p, 3, 8, 10, 10)) << "not a picture type";
+    EXPECT_EQ(p.data, nullptr);
+}
+
+TEST(BadInput, WindowDumpWhosePixelSizeDoesNotFitItsDepth) {
+    // Depth 17 with one bit per pixel and rows of 4 bytes for 16 pixels:
+    // once read as 4-bit pixels past the end of each row.
+    const uint32_t words[25] = {101, 7, 2, 17, 16, 24, 0, 0, 32, 1, 32, 1, 4, 0, 0, 0, 0, 8, 256, 0, 16, 24, 0, 0, 0};
+    std::vector<uint8_t> bytes;
+    for (uint32_t w : words)
+        for (int shift : {24, 16, 8, 0}) bytes.push_back(uint8_t(w >> shift));
+    bytes.push_back(0);
+    bytes.resize(bytes.size() + 4 * 24, 0xcc);
+    TempDir dir;
+    testsupport::writeBytes(dir.file("odd.xwd"), bytes);
+    Loaded l;
+    load(l, dir.file("odd.xwd"));
+    EXPECT_EQ(l.status, ZNT_BAD_FILE);
+}
+
+TEST(BadInput, TiffTilesFarLargerThanThePicture) {
+    // 16 x 12 pixels in tiles of 16400 x 57104: once a 2.8 GB tile buffer.
+    Loaded l;
+    load(l, testsupport::dataPath("bad/huge-tile.tif"));
+    EXPECT_EQ(l.status, ZNT_BAD_FILE);
+}
+
+TEST(BadInput, PnmEdgeCases) {
+    TempDir dir;
+    struct Case {
+        const char *text;
+        int type, width, height, first;   // first: the top-left pixel as 8-bit grey or red
+    } cases[] = {
+        {"P1\n# a comment\n3 2\n1 0 1\n0 1 0\n", ZNT_BINARY, 3, 2, 0},
+        {"P1\n3 2\n101010\n", ZNT_BINARY, 3, 2, 0},
+        {"P2\n2 1\n15\n15 0\n", ZNT_GREY, 2, 1, 255},
+        {"P2\n2 1\n1000\n2000 500\n", ZNT_GREY, 2, 1, 255},
+        {"P3\n1 1\n65535\n65535 0 32768\n", ZNT_RGB, 1, 1, 255},
+        {"P7\nWIDTH 1\nHEIGHT 1\nDEPTH 2\nMAXVAL 255\nTUPLTYPE GRAYSCALE_ALPHA\nENDHDR\n\x80\x40", ZNT_RGBA, 1, 1, 128},
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.text);
+        testsupport::writeFile(dir.file("t.pnm"), c.text);
+        Loaded l;
+        load(l, dir.file("t.pnm"));
+        ASSERT_EQ(l.status, 0) << l.message;
+        EXPECT_EQ(l.picture.type, c.type);
+        EXPECT_EQ(int(l.picture.width), c.width);
+        EXPECT_EQ(l.picture.height, c.height);
+        EXPECT_EQ(toRgba(l.picture).pixels[0], c.first);
+    }
+    // Two raw images in one file are two pages.
+    testsupport::writeFile(dir.file("two.pgm"), std::string("P5\n2 1\n255\n\x10\x20P5\n1 1\n255\n\x30"));
+    FileInformation info{};
+    ASSERT_EQ(zntFileInformation(dir.file("two.pgm").c_str(), -1, 0, &info), 0);
+    EXPECT_EQ(info.imageCount, 2);
+    zntFileInformationFree(&info);
+    Loaded second;
+    load(second, dir.file("two.pgm"), 1);
+    ASSERT_EQ(second.status, 0);
+    EXPECT_EQ(second.picture.width, 1u);
+    EXPECT_EQ(second.picture.data[0], 0x30);
+}

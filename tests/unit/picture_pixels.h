@@ -1,0 +1,119 @@
+// Test helpers for pictures: any picture as 8-bit RGBA (written here, apart
+// from the library's own row helpers, so that a mistake there shows), loads
+// and saves through the C API, and a distance between two RGBA images.
+#pragma once
+
+#include "zentar.h"
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace pictest {
+
+struct Rgba {
+    uint32_t width = 0, height = 0;
+    std::vector<uint8_t> pixels;   // width * height * 4
+};
+
+inline Rgba toRgba(const Picture &p) {
+    Rgba out;
+    out.width = p.width;
+    out.height = uint32_t(p.height);
+    out.pixels.resize(size_t(out.width) * out.height * 4);
+    for (uint32_t y = 0; y < out.height; ++y) {
+        const uint8_t *row = p.data + size_t(y) * p.bytesPerLine;
+        for (uint32_t x = 0; x < out.width; ++x) {
+            uint8_t *o = &out.pixels[(size_t(y) * out.width + x) * 4];
+            uint8_t r = 0, g = 0, b = 0, a = 255;
+            switch (p.type) {
+            case ZNT_BINARY:
+                r = g = b = (row[x / 8] & (0x80 >> (x % 8))) ? 255 : 0;
+                break;
+            case ZNT_GREY: {
+                const int levels = p.numberOfColors;
+                r = g = b = uint8_t((row[x] * 255 + (levels - 1) / 2) / (levels - 1));
+                break;
+            }
+            case ZNT_PALETTE:
+                r = p.palette[row[x]], g = p.palette[256 + row[x]], b = p.palette[512 + row[x]];
+                if (row[x] == p.transparentIndex) a = 0;
+                break;
+            case ZNT_RGB:
+                r = row[3 * x], g = row[3 * x + 1], b = row[3 * x + 2];
+                break;
+            case ZNT_RGBA:
+                r = row[4 * x], g = row[4 * x + 1], b = row[4 * x + 2], a = row[4 * x + 3];
+                break;
+            case ZNT_BGR:
+                b = row[3 * x], g = row[3 * x + 1], r = row[3 * x + 2];
+                break;
+            case ZNT_ABGR:
+                a = row[4 * x], b = row[4 * x + 1], g = row[4 * x + 2], r = row[4 * x + 3];
+                break;
+            case ZNT_BGRA:
+                b = row[4 * x], g = row[4 * x + 1], r = row[4 * x + 2], a = row[4 * x + 3];
+                break;
+            case ZNT_ARGB:
+                a = row[4 * x], r = row[4 * x + 1], g = row[4 * x + 2], b = row[4 * x + 3];
+                break;
+            }
+            o[0] = r, o[1] = g, o[2] = b, o[3] = a;
+        }
+    }
+    return out;
+}
+
+// The largest difference of any channel; pixels transparent in both count
+// on alpha only. -1 when the sizes differ.
+inline int maxDifference(const Rgba &a, const Rgba &b) {
+    if (a.width != b.width || a.height != b.height) return -1;
+    int worst = 0;
+    for (size_t i = 0; i < a.pixels.size(); i += 4) {
+        const bool clear = a.pixels[i + 3] == 0 && b.pixels[i + 3] == 0;
+        for (size_t c = clear ? 3 : 0; c < 4; ++c) {
+            const int d = std::abs(int(a.pixels[i + c]) - int(b.pixels[i + c]));
+            if (d > worst) worst = d;
+        }
+    }
+    return worst;
+}
+
+// Mean absolute difference per channel, for lossy comparisons.
+inline double meanDifference(const Rgba &a, const Rgba &b) {
+    if (a.width != b.width || a.height != b.height || a.pixels.empty()) return 1e9;
+    double sum = 0;
+    for (size_t i = 0; i < a.pixels.size(); ++i) sum += std::abs(int(a.pixels[i]) - int(b.pixels[i]));
+    return sum / double(a.pixels.size());
+}
+
+// Loads page `page` of a file; the status, and the picture on success.
+struct Loaded {
+    OpStatus status = 0;
+    Picture picture{};
+    std::string message;
+    Loaded() = default;
+    Loaded(const Loaded &) = delete;
+    Loaded &operator=(const Loaded &) = delete;
+    ~Loaded() { zntFree(&picture); }
+};
+
+inline void load(Loaded &out, const std::string &path, int page = 0, uint32_t flags = 0) {
+    FormatParams params;
+    zntDefaultParams(&params);
+    params.pageNumber = page;
+    params.flags = flags;
+    FileInformation info{};
+    out.status = zntLoad(path.c_str(), &out.picture, &params, &info);
+    out.message = info.message;
+}
+
+inline OpStatus save(const std::string &path, Picture &picture, const char *format, void (*adjust)(FormatParams &) = nullptr) {
+    FormatParams params;
+    zntDefaultParams(&params);
+    params.formatIndex = int16_t(zntFormatGetIndex(format));
+    if (adjust != nullptr) adjust(params);
+    return zntSave(path.c_str(), &picture, &params, 0);
+}
+
+}  // namespace pictest

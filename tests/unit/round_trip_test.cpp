@@ -1,0 +1,265 @@
+// Pictures of every kind saved in every writable format that holds them and
+// read back: exactly for the lossless formats, within a tolerance for JPEG;
+// each format's save options; multi-page TIFF.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <functional>
+
+#include "picture/simple_conversion.h"
+#include "picture_pixels.h"
+#include "test_files.h"
+
+using namespace pictest;
+
+namespace {
+
+// Deterministic test pictures of each kind, 37 x 23 (odd sizes catch padding).
+struct Sample {
+    const char *name;
+    Picture picture{};
+    Sample(const char *n, int type, int colours = 256, int transparent = -1) : name(n) {
+        const int w = 37, h = 23;
+        EXPECT_TRUE(zntAllock(&picture, type, 8, w, h));
+        uint32_t seed = 12345u + uint32_t(type) * 7u + uint32_t(colours);
+        auto next = [&] { return seed = seed * 1103515245u + 12345u, (seed >> 16) & 0xffff; };
+        if (type == ZNT_PALETTE) {
+            for (int i = 0; i < 768; ++i) picture.palette[i] = uint8_t(next());
+            picture.numberOfColors = uint16_t(colours);
+            picture.transparentIndex = int16_t(transparent);
+        }
+        if (type == ZNT_GREY) picture.numberOfColors = uint16_t(colours);
+        for (int y = 0; y < h; ++y) {
+            uint8_t *row = picture.data + size_t(y) * picture.bytesPerLine;
+            if (type == ZNT_BINARY) {
+                for (int x = 0; x < w; ++x)
+                    if ((x * 3 + y * 5 + int(next() & 1)) % 4 < 2) row[x / 8] |= uint8_t(0x80 >> (x % 8));
+            } else if (type == ZNT_GREY || type == ZNT_PALETTE) {
+                for (int x = 0; x < w; ++x) row[x] = uint8_t(next() % unsigned(colours));
+            } else {
+                // Smooth ramps, a different one per channel: JPEG compares within a tolerance.
+                const uint32_t step = picture.bytesPerPixel;
+                for (uint32_t i = 0; i < picture.bytesPerLine; ++i)
+                    row[i] = uint8_t(int(i / step) * 2 + y * 3 + int(i % step) * 30 + int(next() & 1));
+            }
+        }
+    }
+    ~Sample() { zntFree(&picture); }
+};
+
+bool formatKeepsAlpha(const char *format) {
+    return std::strcmp(format, "png") == 0 || std::strcmp(format, "tiff") == 0 || std::strcmp(format, "pam") == 0;
+}
+
+// The picture as the format stores it: without a mask where the format has none.
+Rgba expected(const Picture &p, const char *format) {
+    Rgba want = toRgba(p);
+    const bool dropsMask = (p.type & ZNT_FOURBYTE_MASK) && !formatKeepsAlpha(format);
+    const bool dropsTransparency = p.type == ZNT_PALETTE && std::strcmp(format, "png") != 0 &&
+                                   std::strcmp(format, "gif") != 0;
+    if (dropsMask || dropsTransparency)
+        for (size_t i = 3; i < want.pixels.size(); i += 4) want.pixels[i] = 255;
+    return want;
+}
+
+}  // namespace
+
+TEST(RoundTrip, EveryKindInEveryWritableFormat) {
+    Sample samples[] = {
+        {"binary", ZNT_BINARY},       {"grey", ZNT_GREY},
+        {"grey16", ZNT_GREY, 16},     {"palette", ZNT_PALETTE, 200},
+        {"palette12", ZNT_PALETTE, 12}, {"transparent", ZNT_PALETTE, 64, 5},
+        {"rgb", ZNT_RGB},             {"rgba", ZNT_RGBA},
+        {"bgr", ZNT_BGR},             {"argb", ZNT_ARGB},
+    };
+    testsupport::TempDir dir;
+    int tried = 0;
+    for (int f = 0; f < zntCount(); ++f) {
+        if (!zntFormatIsWritable(f)) continue;
+        const char *format = zntFormatGetName(f);
+        const bool lossy = std::strcmp(format, "jpeg") == 0;
+        for (Sample &s : samples) {
+            if (!zntFormatAcceptsPicture(f, &s.picture)) continue;
+            SCOPED_TRACE(std::string(format) + " " + s.name);
+            const std::string path = dir.file(std::string(s.name) + "." + zntFormatGetDefaultSuffix(f));
+            ASSERT_EQ(save(path, s.picture, format, [](FormatParams &p) { p.jpegQuality = 98; }), 0);
+            Loaded back;
+            load(back, path);
+            ASSERT_EQ(back.status, 0) << back.message;
+            const Rgba got = toRgba(back.picture), want = expected(s.picture, format);
+            if (lossy) {
+                EXPECT_LT(meanDifference(got, want), 3.0);
+            } else {
+                EXPECT_EQ(maxDifference(got, want), 0);
+            }
+            ++tried;
+        }
+    }
+    EXPECT_GE(tried, 40);
+}
+
+TEST(RoundTrip, KindsComeBackAsTheyWent) {
+    Sample binary("binary", ZNT_BINARY), grey16("grey16", ZNT_GREY, 16), transparent("t", ZNT_PALETTE, 64, 5);
+    testsupport::TempDir dir;
+    for (const char *format : {"png", "tiff", "bmp", "ppm", "pam", "xwd"}) {
+        SCOPED_TRACE(format);
+        Loaded back;
+        ASSERT_EQ(save(dir.file("b"), binary.picture, format), 0);
+        load(back, dir.file("b"));
+        EXPECT_EQ(back.picture.type, ZNT_BINARY);
+    }
+    for (const char *format : {"png", "ppm", "pam", "bmp", "xwd"}) {
+        SCOPED_TRACE(format);
+        Loaded back;
+        ASSERT_EQ(save(dir.file("g"), grey16.picture, format), 0);
+        load(back, dir.file("g"));
+        EXPECT_EQ(back.picture.type, ZNT_GREY);
+        EXPECT_EQ(back.picture.numberOfColors, 16) << "grey levels are kept";
+    }
+    for (const char *format : {"png", "gif"}) {
+        SCOPED_TRACE(format);
+        Loaded back;
+        ASSERT_EQ(save(dir.file("t"), transparent.picture, format), 0);
+        load(back, dir.file("t"));
+        EXPECT_EQ(back.picture.type, ZNT_PALETTE);
+        EXPECT_EQ(back.picture.transparentIndex, 5);
+    }
+}
+
+TEST(RoundTrip, SaveOptions) {
+    Sample palette("palette", ZNT_PALETTE, 200), palette12("p12", ZNT_PALETTE, 12), rgb("rgb", ZNT_RGB),
+        binary("binary", ZNT_BINARY), grey("grey", ZNT_GREY);
+    testsupport::TempDir dir;
+    struct Case {
+        const char *format;
+        Sample *sample;
+        std::function<void(FormatParams &)> adjust;
+    };
+    std::vector<Case> cases = {
+        {"png", &rgb, [](FormatParams &p) { p.progressive = 1; }},
+        {"png", &rgb, [](FormatParams &p) { p.pngCompressionLevel = 0; }},
+        {"gif", &palette, [](FormatParams &p) { p.progressive = 1; }},
+        {"gif", &palette, [](FormatParams &p) { p.gif87a = 1; }},
+        {"bmp", &palette, [](FormatParams &p) { p.rleCompress = 1; }},
+        {"bmp", &palette12, [](FormatParams &p) { p.rleCompress = 1; }},
+        {"bmp", &rgb, [](FormatParams &p) { p.bmpOs2Header = 1; }},
+        {"bmp", &palette12, [](FormatParams &p) { p.bmpOs2Header = 1; }},
+        {"ppm", &rgb, [](FormatParams &p) { p.ppmAscii = 1; }},
+        {"ppm", &grey, [](FormatParams &p) { p.ppmAscii = 1; }},
+        {"ppm", &binary, [](FormatParams &p) { p.ppmAscii = 1; }},
+    };
+    for (unsigned code = 0; code <= 7; ++code) {
+        cases.push_back({"tiff", &binary, [code](FormatParams &p) { p.compression = uint16_t(code); }});
+        cases.push_back({"tiff", &rgb, [code](FormatParams &p) { p.compression = uint16_t(code); }});
+        cases.push_back({"tiff", &palette, [code](FormatParams &p) { p.compression = uint16_t(code); }});
+    }
+    for (size_t i = 0; i < cases.size(); ++i) {
+        const Case &c = cases[i];
+        SCOPED_TRACE(std::string(c.format) + " " + c.sample->name + " case " + std::to_string(i));
+        FormatParams params;
+        zntDefaultParams(&params);
+        params.formatIndex = int16_t(zntFormatGetIndex(c.format));
+        c.adjust(params);
+        const std::string path = dir.file("option");
+        ASSERT_EQ(zntSave(path.c_str(), &c.sample->picture, &params, 0), 0);
+        Loaded back;
+        load(back, path);
+        ASSERT_EQ(back.status, 0) << back.message;
+        EXPECT_EQ(maxDifference(toRgba(back.picture), expected(c.sample->picture, c.format)), 0);
+    }
+    // The 87a header really is one, and interlace is recorded.
+    FormatParams params;
+    zntDefaultParams(&params);
+    params.formatIndex = int16_t(zntFormatGetIndex("gif"));
+    params.gif87a = 1;
+    ASSERT_EQ(zntSave(dir.file("old.gif").c_str(), &palette.picture, &params, 0), 0);
+    EXPECT_EQ(testsupport::readFile(dir.file("old.gif")).substr(0, 6), "GIF87a");
+    Sample sharp("rgb", ZNT_RGB);
+    for (bool progressive : {false, true}) {
+        params.formatIndex = int16_t(zntFormatGetIndex("jpeg"));
+        params.progressive = progressive;
+        params.optimizeHuffman = 1;
+        params.jpegQuality = 90;
+        ASSERT_EQ(zntSave(dir.file("p.jpg").c_str(), &sharp.picture, &params, 0), 0);
+        FileInformation info{};
+        ASSERT_EQ(zntFileInformation(dir.file("p.jpg").c_str(), -1, 0, &info), 0);
+        EXPECT_EQ(std::string(info.compressionName), progressive ? "JPEG progressive" : "JPEG baseline");
+        zntFileInformationFree(&info);
+    }
+}
+
+TEST(RoundTrip, TiffJpegCompressionIsLossyButClose) {
+    Sample rgb("rgb", ZNT_RGB), grey("grey", ZNT_GREY);
+    testsupport::TempDir dir;
+    for (Sample *s : {&rgb, &grey}) {
+        ASSERT_EQ(save(dir.file("j.tif"), s->picture, "tiff", [](FormatParams &p) { p.compression = 8; p.jpegQuality = 98; }), 0);
+        Loaded back;
+        load(back, dir.file("j.tif"));
+        ASSERT_EQ(back.status, 0) << back.message;
+        EXPECT_LT(meanDifference(toRgba(back.picture), toRgba(s->picture)), s == &rgb ? 3.0 : 12.0);
+    }
+}
+
+TEST(RoundTrip, MultiPageTiff) {
+    Sample binary("binary", ZNT_BINARY), palette("palette", ZNT_PALETTE, 200), rgba("rgba", ZNT_RGBA);
+    Picture small{};
+    ASSERT_TRUE(zntAllock(&small, ZNT_GREY, 8, 5, 3));
+    small.data[7] = 200;
+    testsupport::TempDir dir;
+    const std::string path = dir.file("pages.tif");
+    FormatParams params;
+    zntDefaultParams(&params);
+    params.compression = 2;
+    const int tiff = zntFormatGetIndex("tiff");
+    EXPECT_TRUE(zntFormatIsSupported("tiff"));
+    EXPECT_EQ(zntFileCreate(dir.file("x.png").c_str(), zntFormatGetIndex("png"), &params), nullptr)
+        << "only multi-page formats";
+    ZntFile *file = zntFileCreate(path.c_str(), tiff, &params);
+    ASSERT_NE(file, nullptr);
+    const Picture *pages[] = {&binary.picture, &palette.picture, &rgba.picture, &small};
+    for (const Picture *p : pages) EXPECT_EQ(zntFileAddPicture(file, p), 0);
+    EXPECT_EQ(zntFileClose(file), 0);
+
+    FileInformation info{};
+    ASSERT_EQ(zntFileInformation(path.c_str(), -1, 0, &info), 0);
+    EXPECT_EQ(info.imageCount, 4);
+    EXPECT_EQ(info.images[1].colorModel, ZNT_CM_PALETTE);
+    EXPECT_EQ(info.images[3].width, 5u);
+    EXPECT_EQ(info.images[4].colorModel, ZNT_CM_END);
+    zntFileInformationFree(&info);
+    for (int page = 0; page < 4; ++page) {
+        SCOPED_TRACE(page);
+        Loaded back;
+        load(back, path, page);
+        ASSERT_EQ(back.status, 0);
+        EXPECT_EQ(maxDifference(toRgba(back.picture), toRgba(*pages[page])), 0);
+    }
+    Loaded beyond;
+    load(beyond, path, 4);
+    EXPECT_EQ(beyond.status, ZNT_BAD_FILE);
+    zntFree(&small);
+}
+
+TEST(RoundTrip, SimpleConversionFitsEveryFormat) {
+    Sample samples[] = {{"binary", ZNT_BINARY}, {"grey", ZNT_GREY}, {"palette", ZNT_PALETTE, 200}, {"rgba", ZNT_RGBA}};
+    for (int f = 0; f < zntCount(); ++f) {
+        for (Sample &s : samples) {
+            SCOPED_TRACE(std::string(zntFormatGetName(f)) + " " + s.name);
+            Picture converted{};
+            ASSERT_EQ(quivel::convertForFormat(s.picture, f, converted), 0);
+            const Picture &result = converted.data ? converted : s.picture;
+            EXPECT_TRUE(zntFormatAcceptsPicture(f, &result));
+            EXPECT_EQ(converted.data == nullptr, zntFormatAcceptsPicture(f, &s.picture) != 0);
+            zntFree(&converted);
+        }
+    }
+    // Palette to RGB keeps the colours; RGB to grey uses the luminance.
+    Picture rgb{}, grey{};
+    ASSERT_TRUE(quivel::convertToRgb(samples[2].picture, rgb));
+    EXPECT_EQ(maxDifference(toRgba(rgb), expected(samples[2].picture, "ppm")), 0);
+    ASSERT_TRUE(quivel::convertToGrey(rgb, grey));
+    const uint8_t *p = rgb.data;
+    EXPECT_EQ(grey.data[0], (77 * p[0] + 150 * p[1] + 29 * p[2]) >> 8);
+    zntFree(&rgb);
+    zntFree(&grey);
+}
