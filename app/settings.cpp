@@ -344,4 +344,10 @@ void setSettingReal(Settings &settings, const SettingKey &key, double value) {
     if (key.storage == Storage::Real) at<double>(settings, key) = value;
 }
 
+bool fileTypeEnabled(std::string_view formatName) {
+    for (const FileTypeFlag &flag : gFileTypeFlags)
+        if (formatName == flag.name) return flag.enabled != 0;
+    return true;
+}
+
 }  // namespace quivel

@@ -271,6 +271,10 @@ struct FileTypeFlag {
 extern Settings gSettings;
 extern std::vector<FileTypeFlag> gFileTypeFlags;
 
+// Whether the user left the format of that short name enabled; a format
+// without a record (none read yet) counts as enabled.
+bool fileTypeEnabled(std::string_view formatName);
+
 // How a key's value is kept in the record. Xlib defines Bool as a macro, so
 // window code that includes this header after the X headers can still use
 // the rest of it (but not Storage::Bool).

@@ -174,13 +174,15 @@ int zntFormatAcceptsPicture(int index, const Picture *picture) {
     return f != nullptr && picture != nullptr && acceptsPicture(*f, *picture);
 }
 
-int zntHasGoodExtension(const char *fileName) {
-    if (fileName == nullptr) return 0;
+int zntFormatForSuffix(const char *fileName) {
+    if (fileName == nullptr) return -1;
     const std::string_view suffix = suffixOf(fileName);
-    for (const Format *f : kFormats)
-        if (formatHasSuffix(*f, suffix)) return 1;
-    return 0;
+    for (size_t i = 0; i < std::size(kFormats); ++i)
+        if (formatHasSuffix(*kFormats[i], suffix)) return int(i);
+    return -1;
 }
+
+int zntHasGoodExtension(const char *fileName) { return zntFormatForSuffix(fileName) >= 0; }
 
 void zntSetCorrectExtension(char *fileName, int index) {
     const Format *f = formatAt(index);

@@ -222,6 +222,8 @@ ZNT_API int zntFormatIsSupported(const char *name);
  * maximum size. zntSave refuses other pictures with ZNT_CANT_SAVE. */
 ZNT_API int zntFormatAcceptsPicture(int index, const Picture *picture);
 ZNT_API int zntHasGoodExtension(const char *fileName);
+/* The first format whose suffixes include the file name's suffix, or -1. */
+ZNT_API int zntFormatForSuffix(const char *fileName);
 ZNT_API void zntSetCorrectExtension(char *fileName, int index);   /* a 4096-byte buffer */
 ZNT_API OpStatus zntFileInformation(const char *fileName, int formatIndex, uint32_t flags, FileInformation *info);
 ZNT_API void zntFileInformationFree(FileInformation *info);
