@@ -4,6 +4,9 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <mutex>
+#include <sys/mman.h>
+#include <unordered_map>
 
 namespace {
 
@@ -12,6 +15,44 @@ namespace {
 // that the kernel kills.
 constexpr uint64_t kMaxPictureBytes = uint64_t(4) << 30;
 constexpr int kMaxSide = 1 << 20;
+
+// Buffers of camera-sized pictures are mapped directly and asked for huge
+// pages: a 24-megapixel picture then costs a few dozen page faults instead
+// of eighteen thousand, which is a quarter of the time of a JPEG decode.
+// Fresh mappings are zeroed by the kernel, so nothing is cleared twice.
+// zntFree tells them from heap buffers by this registry of live mappings.
+constexpr uint64_t kMappedBytes = uint64_t(8) << 20;
+
+std::mutex gMappedLock;
+std::unordered_map<void *, size_t> &mappedBuffers() {
+    static std::unordered_map<void *, size_t> buffers;
+    return buffers;
+}
+
+uint8_t *allocateZeroed(uint64_t total) {
+    if (total < kMappedBytes) return static_cast<uint8_t *>(std::calloc(total, 1));
+    void *p = mmap(nullptr, size_t(total), PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (p == MAP_FAILED) return nullptr;
+    madvise(p, size_t(total), MADV_HUGEPAGE);
+    const std::lock_guard<std::mutex> lock(gMappedLock);
+    mappedBuffers().emplace(p, size_t(total));
+    return static_cast<uint8_t *>(p);
+}
+
+void releaseBuffer(uint8_t *data) {
+    if (data == nullptr) return;
+    {
+        const std::lock_guard<std::mutex> lock(gMappedLock);
+        auto &buffers = mappedBuffers();
+        const auto found = buffers.find(data);
+        if (found != buffers.end()) {
+            munmap(found->first, found->second);
+            buffers.erase(found);
+            return;
+        }
+    }
+    std::free(data);
+}
 
 int bytesPerPixelForType(int type) {
     switch (type) {
@@ -44,13 +85,13 @@ int zntAllock(Picture *picture, int type, int bitsPerComponent, int width, int h
     const uint64_t total = bytesPerLine * uint64_t(height);
     if (total > kMaxPictureBytes) return 0;
 
-    uint8_t *data = static_cast<uint8_t *>(std::calloc(total, 1));
+    uint8_t *data = allocateZeroed(total);
     if (data == nullptr) return 0;
     uint8_t *palette = nullptr;
     if (type == ZNT_PALETTE) {
         palette = static_cast<uint8_t *>(std::calloc(768, 1));
         if (palette == nullptr) {
-            std::free(data);
+            releaseBuffer(data);
             return 0;
         }
     }
@@ -79,7 +120,7 @@ uint8_t *zntAllockPalette(Picture *picture) {
 
 void zntFree(Picture *picture) {
     if (picture == nullptr) return;
-    std::free(picture->data);
+    releaseBuffer(picture->data);
     std::free(picture->palette);
     picture->data = nullptr;
     picture->palette = nullptr;
