@@ -199,9 +199,15 @@ void buildCountMenu(Dialog &d, Widget parent, CountMenu &menu, const char *name)
         XtAddCallback(item, XmNactivateCallback, countChosen, &d);
         menu.items.push_back(item);
     }
-    Arg args[1];
+    // Until the kind is chosen the menu shows the most the format holds.
+    Widget shown = menu.items.back();
+    const std::span<const int> counts = countsOfKind(menu.kind);
+    for (size_t i = 0; i < counts.size(); ++i)
+        if (saveKindsHoldCount(d.kinds, menu.kind, counts[i])) shown = menu.items[i];
+    Arg args[2];
     XtSetArg(args[0], XmNsubMenuId, pulldown);
-    menu.menu = XmCreateOptionMenu(parent, const_cast<char *>(name), args, 1);
+    XtSetArg(args[1], XmNmenuHistory, shown);
+    menu.menu = XmCreateOptionMenu(parent, const_cast<char *>(name), args, 2);
     XtUnmanageChild(XmOptionLabelGadget(menu.menu));
     XtManageChild(menu.menu);
 }
@@ -215,8 +221,12 @@ void build(Dialog &d, Widget parent) {
                                    XmDIALOG_FULL_APPLICATION_MODAL, XmNmarginWidth, 8, XmNmarginHeight, 8,
                                    XmNhorizontalSpacing, 8, XmNverticalSpacing, 8, nullptr);
 
-    Widget kindFrame = framed(form, "kindFrame", "Convert to");
-    XtVaSetValues(kindFrame, XmNtopAttachment, XmATTACH_FORM, XmNleftAttachment, XmATTACH_FORM, nullptr);
+    // The two frames side by side, as tall as the taller.
+    Widget choices = XtVaCreateManagedWidget("choices", xmRowColumnWidgetClass, form, XmNorientation, XmHORIZONTAL,
+                                             XmNpacking, XmPACK_TIGHT, XmNspacing, 8, XmNtopAttachment,
+                                             XmATTACH_FORM, XmNleftAttachment, XmATTACH_FORM, XmNrightAttachment,
+                                             XmATTACH_FORM, nullptr);
+    Widget kindFrame = framed(choices, "kindFrame", "Convert to");
     // Two columns: the kinds, and beside grey and colours their counts.
     Widget kinds = radioBox(kindFrame, "kinds", 2);
     for (size_t i = 0; i < std::size(kKindControls); ++i) {
@@ -232,9 +242,7 @@ void build(Dialog &d, Widget parent) {
     buildCountMenu(d, kinds, d.colorMenu, "colorCount");
     XtVaCreateManagedWidget("space", xmLabelWidgetClass, kinds, XmNlabelString, static_cast<XmString>(blank), nullptr);
 
-    Widget ditherFrame = framed(form, "ditherFrame", "Dithering");
-    XtVaSetValues(ditherFrame, XmNtopAttachment, XmATTACH_FORM, XmNleftAttachment, XmATTACH_WIDGET, XmNleftWidget,
-                  kindFrame, XmNrightAttachment, XmATTACH_FORM, nullptr);
+    Widget ditherFrame = framed(choices, "ditherFrame", "Dithering");
     Widget dithers = radioBox(ditherFrame, "dithers", 1);
     for (size_t i = 0; i < std::size(kDitherControls); ++i) {
         Text label(kDitherControls[i].label);
@@ -245,9 +253,8 @@ void build(Dialog &d, Widget parent) {
     }
 
     Widget separator = XtVaCreateManagedWidget(
-        "separator", xmSeparatorWidgetClass, form, XmNtopAttachment, XmATTACH_WIDGET, XmNtopWidget, kindFrame,
+        "separator", xmSeparatorWidgetClass, form, XmNtopAttachment, XmATTACH_WIDGET, XmNtopWidget, choices,
         XmNleftAttachment, XmATTACH_FORM, XmNrightAttachment, XmATTACH_FORM, nullptr);
-    XtVaSetValues(ditherFrame, XmNbottomAttachment, XmATTACH_WIDGET, XmNbottomWidget, separator, nullptr);
     Text okText("OK"), cancelText("Cancel");
     d.ok = XtVaCreateManagedWidget("ok", xmPushButtonWidgetClass, form, XmNlabelString, static_cast<XmString>(okText),
                                    XmNtopAttachment, XmATTACH_WIDGET, XmNtopWidget, separator, XmNbottomAttachment,
