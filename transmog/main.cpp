@@ -4,8 +4,11 @@
 //   transmog -info FILE...
 //   transmog -out NAME [-o OUTPUT] [-page N] [-q QUALITY] FILE...
 //
-// Exit status 0 when every file was handled, 1 otherwise; each failure is
-// reported on standard error with the library's status message.
+// Saving follows the viewer's rules (save_picture.h) with the program's
+// default save options: a picture the format cannot hold takes the
+// conversion that loses least. Exit status 0 when every file was handled, 1
+// otherwise; each failure is reported on standard error with the library's
+// status message.
 #include "app/configuration_file.h"
 #include "picture/save_picture.h"
 #include "picture/status_message.h"

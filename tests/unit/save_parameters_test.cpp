@@ -67,24 +67,14 @@ TEST(SaveParameters, LoadReadOptions) {
     EXPECT_EQ(loadParams(*s, 0, "jpeg", 0).flags, 0u);
     EXPECT_EQ(loadParams(*s, 0, "jpeg", 0).lutFileName[0], '\0');
     s->load.ignoreError = true;
-    s->load.channelOrder = 2, s->load.channelType = 6;
-    s->load.pcdBase = 2, s->load.grobBpp = 3;
-    s->load.postscriptDpi = 150, s->load.postscriptPageSize = 6;
-    s->load.useLut = true;
+    s->load.postscriptPageSize = 6;
     std::memset(s->load.lut10to8Name, 'l', 2000);   // longer than the library takes
     s->load.lut10to8Name[2000] = '\0';
     const FormatParams p = loadParams(*s, 0, "dpx", 0);
     EXPECT_EQ(p.flags, uint32_t(ZNT_LOAD_IGNORE_ERRORS));
-    EXPECT_EQ(p.rawChannelOrder, 2);
-    EXPECT_EQ(p.rawChannelType, 6);
-    EXPECT_EQ(p.pcdBase, 2);
-    EXPECT_EQ(p.grobGreyLevels, 3);
-    EXPECT_EQ(p.postscriptDpi, 150);
     EXPECT_EQ(p.pageWidthPt, 595);
     EXPECT_EQ(p.pageHeightPt, 842);
-    EXPECT_EQ(p.useLut, 1);
     EXPECT_EQ(std::strlen(p.lutFileName), kLoadLutNameCapacity - 1);
-    EXPECT_EQ(p.progressFunction, nullptr);
 }
 
 TEST(SaveParameters, FlagsAlwaysAskTheSaveAndAddVerboseAndExtra) {
@@ -141,19 +131,6 @@ TEST(SaveParameters, CompressionByTargetFormat) {
     s->save.bmpCompress = true;
     EXPECT_EQ(forSave(*s, "png").compression, 0);
     EXPECT_EQ(forSave(*s, "png").rleCompress, 0);
-}
-
-TEST(SaveParameters, OptionsAndRawOutputAreCopied) {
-    auto s = defaults();
-    s->save.optimizeHuffmanTable = s->save.ppmAscii = s->save.gif87aHeader = true;
-    s->save.os2Header = s->save.hp49Header = s->save.dpxIn10Bits = true;
-    s->save.offset = 1024, s->save.channelOrder = 1, s->save.channelType = 4;
-    const FormatParams p = forSave(*s, "raw");
-    EXPECT_EQ(p.optimizeHuffman + p.ppmAscii + p.gif87a + p.bmpOs2Header + p.hp49Header + p.dpx10Bits, 6);
-    EXPECT_EQ(p.saveOffset, 1024);
-    EXPECT_EQ(p.saveChannelOrder, 1);
-    EXPECT_EQ(p.saveChannelType, 4);
-    EXPECT_EQ(p.progressWord, 1);
 }
 
 TEST(SaveParameters, LookUpTableOnlyForFilmFormats) {
