@@ -4,15 +4,20 @@
 //   transmog -info FILE...
 //   transmog -out NAME [-o OUTPUT] [-page N] [-q QUALITY] FILE...
 //
-// Exit status 0 when every file was handled, 1 otherwise; each failure is
-// reported on standard error with the library's status message.
-#include "picture/simple_conversion.h"
+// Saving follows the viewer's rules (save_picture.h) with the program's
+// default save options: a picture the format cannot hold takes the
+// conversion that loses least. Exit status 0 when every file was handled, 1
+// otherwise; each failure is reported on standard error with the library's
+// status message.
+#include "app/configuration_file.h"
+#include "picture/save_picture.h"
 #include "picture/status_message.h"
 #include "zentar.h"
 
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -67,6 +72,29 @@ int describeFiles(const std::vector<std::string> &files) {
     return status;
 }
 
+// Nobody to ask: a picture the format cannot hold takes the conversion
+// that loses least, and failures are printed.
+class ConsoleSaveHooks : public SaveHooks {
+public:
+    int chooseConversion(int, const Picture &, int suggested) override {
+        if (suggested == 0) error(statusMessage(ZNT_CANT_SAVE, ""));
+        return suggested;
+    }
+    void inform(const std::string &) override {}
+    void error(const std::string &text) override { std::fprintf(stderr, "%s\n", text.c_str()); }
+};
+
+// The program's default save options, with the converter's own JPEG quality
+// and the output name used as given.
+std::unique_ptr<Settings> converterSettings(int quality) {
+    auto settings = std::make_unique<Settings>();
+    std::vector<FileTypeFlag> fileTypes;
+    loadSettings(nullptr, {}, *settings, fileTypes);
+    settings->save.jpegQuality = uint8_t(quality > 0 ? quality : 90);
+    settings->save.addExtensionIfNotExist = false;
+    return settings;
+}
+
 // The input's name with its suffix replaced by the format's default suffix.
 std::string outputNameFor(const std::string &input, int format) {
     const size_t slash = input.rfind('/');
@@ -78,6 +106,7 @@ std::string outputNameFor(const std::string &input, int format) {
 int convertFiles(const std::vector<std::string> &files, int format, const std::string &output, int page,
                  int quality) {
     int status = 0;
+    const std::unique_ptr<Settings> settings = converterSettings(quality);
     for (const std::string &file : files) {
         FileInformation info{};
         OpStatus s = zntFileInformation(file.c_str(), -1, 0, &info);
@@ -98,21 +127,17 @@ int convertFiles(const std::vector<std::string> &files, int format, const std::s
         zntFileInformationFree(&info);
 
         const std::string target = output.empty() ? outputNameFor(file, format) : output;
-        Picture converted{};
-        s = convertForFormat(picture, format, converted);
-        if (s == ZNT_OK) {
-            FormatParams params;
-            zntDefaultParams(&params);
-            params.formatIndex = int16_t(format);
-            params.flags = ZNT_SAVE_ALWAYS;
-            if (quality > 0) params.jpegQuality = uint16_t(quality);
-            s = zntSave(target.c_str(), converted.data ? &converted : &picture, &params, 0);
-        }
-        if (s != ZNT_OK) {
-            std::fprintf(stderr, "%s\n", statusMessage(s, target).c_str());
+        char name[4096];
+        if (target.size() >= sizeof name) {
+            std::fprintf(stderr, "%s\n", statusMessage(ZNT_CANT_CREATE, target).c_str());
             status = 1;
+        } else {
+            std::memcpy(name, target.c_str(), target.size() + 1);
+            ConsoleSaveHooks hooks;
+            SaveRequest request;
+            request.formatIndex = format;
+            if (savePicture(name, picture, request, *settings, hooks) != 0) status = 1;
         }
-        zntFree(&converted);
         zntFree(&picture);
     }
     return status;

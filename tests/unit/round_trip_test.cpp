@@ -6,7 +6,6 @@
 #include <cstring>
 #include <functional>
 
-#include "picture/simple_conversion.h"
 #include "picture_pixels.h"
 #include "test_files.h"
 
@@ -238,28 +237,4 @@ TEST(RoundTrip, MultiPageTiff) {
     load(beyond, path, 4);
     EXPECT_EQ(beyond.status, ZNT_BAD_FILE);
     zntFree(&small);
-}
-
-TEST(RoundTrip, SimpleConversionFitsEveryFormat) {
-    Sample samples[] = {{"binary", ZNT_BINARY}, {"grey", ZNT_GREY}, {"palette", ZNT_PALETTE, 200}, {"rgba", ZNT_RGBA}};
-    for (int f = 0; f < zntCount(); ++f) {
-        for (Sample &s : samples) {
-            SCOPED_TRACE(std::string(zntFormatGetName(f)) + " " + s.name);
-            Picture converted{};
-            ASSERT_EQ(quivel::convertForFormat(s.picture, f, converted), 0);
-            const Picture &result = converted.data ? converted : s.picture;
-            EXPECT_TRUE(zntFormatAcceptsPicture(f, &result));
-            EXPECT_EQ(converted.data == nullptr, zntFormatAcceptsPicture(f, &s.picture) != 0);
-            zntFree(&converted);
-        }
-    }
-    // Palette to RGB keeps the colours; RGB to grey uses the luminance.
-    Picture rgb{}, grey{};
-    ASSERT_TRUE(quivel::convertToRgb(samples[2].picture, rgb));
-    EXPECT_EQ(maxDifference(toRgba(rgb), expected(samples[2].picture, "ppm")), 0);
-    ASSERT_TRUE(quivel::convertToGrey(rgb, grey));
-    const uint8_t *p = rgb.data;
-    EXPECT_EQ(grey.data[0], (77 * p[0] + 150 * p[1] + 29 * p[2]) >> 8);
-    zntFree(&rgb);
-    zntFree(&grey);
 }
