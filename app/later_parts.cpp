@@ -2,7 +2,6 @@
 // not built yet. Each definition moves to its own subsystem when it lands.
 #include "app/later_parts.h"
 
-#include "app/file_selector.h"
 #include "app/message_box.h"
 #include "picture/load_files.h"
 #include "picture/load_save.h"
@@ -24,7 +23,6 @@ Widget startSlideShow(const std::string &) { return nullptr; }
 bool anyViewOpen() { return false; }
 bool browserOpen() { return false; }
 
-void openFilesDialog(Widget) {}
 void browseDialog(Widget) {}
 std::vector<CachedFolder> cachedFolders() { return {}; }
 void removeAllCachedFolders() {}
@@ -63,8 +61,6 @@ int savePictureFile(Widget parent, char *fileName, int formatIndex, Picture &pic
 }
 
 bool loadOrSaveInProgress() { return false; }
-
-bool runFileSelector(Widget, SelectorMode, const char *, const std::string &, FileSelection &, int) { return false; }
 
 void ViewDoCommand(Widget, XEvent *, String *, Cardinal *) {}
 void ViewKeyScroll(Widget, XEvent *, String *, Cardinal *) {}
