@@ -853,7 +853,8 @@ void createDialog(Selector &s, Widget parent) {
     s.previewLabel = XtVaCreateManagedWidget("labelPreview", xmLabelWidgetClass, column, XmNlabelType, XmPIXMAP,
                                              XmNlabelPixmap, XmUNSPECIFIED_PIXMAP, XmNrecomputeSize, False,
                                              XmNwidth, kPreviewWidth, XmNheight, kPreviewHeight, XmNmarginWidth, 0,
-                                             XmNmarginHeight, 0, nullptr);
+                                             XmNmarginHeight, 0, XmNhighlightThickness, 0, XmNshadowThickness, 0,
+                                             nullptr);
     s.previewToggle = XtVaCreateManagedWidget("togglePreview", xmToggleButtonWidgetClass, column, XmNlabelString,
                                               static_cast<XmString>(Text("Preview")), XmNset,
                                               gSettings.load.preview ? XmSET : XmUNSET, nullptr);
