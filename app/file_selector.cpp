@@ -876,7 +876,9 @@ void createDialog(Selector &s, Widget parent) {
 
     const bool withFormats = s.request.mode == SelectorMode::Save && s.request.chooseFormat && !s.formats.empty();
     if (withFormats) createFormatMenu(s, form);
-    s.okButton = button(form, "buttonOk", confirmLabel(s.request.mode), okActivated);
+    s.okButton = button(form, "buttonOk",
+                        s.request.confirmLabel.empty() ? confirmLabel(s.request.mode) : s.request.confirmLabel,
+                        okActivated);
     s.cancelButton = button(form, "buttonCancel", "Cancel", cancelActivated);
     s.popup = createPopup(s);
     for (const char *name : {"sortName", "sortExtension", "sortDate", "sortSize"})

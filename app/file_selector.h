@@ -41,6 +41,7 @@ bool runFileSelector(Widget parent, SelectorMode mode, const char *title, const 
 struct SelectorRequest {
     SelectorMode mode = SelectorMode::Load;
     std::string title;
+    std::string confirmLabel;          // the confirming button's text; "" for the mode's own
     std::string start;                 // a file or a folder; "" for the remembered folder
     std::string filter;                // "Slide Files (*.sld)"; "" lists every picture (every file for View)
     char *rememberedFolder = nullptr;  // a path buffer of gSettings (pathSlide...); nullptr: the mode's own
