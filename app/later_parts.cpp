@@ -2,11 +2,7 @@
 // not built yet. Each definition moves to its own subsystem when it lands.
 #include "app/later_parts.h"
 
-#include "app/file_selector.h"
-#include "app/message_box.h"
 #include "picture/load_files.h"
-#include "picture/load_save.h"
-#include "picture/status_message.h"
 
 #include <cstdio>
 
@@ -24,13 +20,10 @@ Widget startSlideShow(const std::string &) { return nullptr; }
 bool anyViewOpen() { return false; }
 bool browserOpen() { return false; }
 
-void openFilesDialog(Widget) {}
 void browseDialog(Widget) {}
 std::vector<CachedFolder> cachedFolders() { return {}; }
 void removeAllCachedFolders() {}
 void releaseToolbarResources() {}
-
-bool runFileSelector(Widget, SelectorMode, const char *, const std::string &, FileSelection &, int) { return false; }
 
 void ViewDoCommand(Widget, XEvent *, String *, Cardinal *) {}
 void ViewKeyScroll(Widget, XEvent *, String *, Cardinal *) {}

@@ -24,6 +24,7 @@
 #include <vector>
 
 #include "app/app_globals.h"
+#include "app/file_selector.h"
 #include "app/later_parts.h"
 #include "app/options_pages.h"
 #include "app/settings.h"
@@ -90,6 +91,33 @@ Widget addLabel(Widget line, const char *name, const std::string &text) {
                                    nullptr);
 }
 
+// A file named in a text field, picked with the file selector. The folder
+// it was picked in is kept for the next pick, apart from the folders the
+// program opens pictures from.
+void chooseFileActivated(Widget button, XtPointer clientData, XtPointer) {
+    static char lastFolder[kPathCapacity];
+    Widget field = static_cast<Widget>(clientData);
+    const char *filter = nullptr;
+    XtVaGetValues(button, XmNuserData, &filter, nullptr);
+    char *current = XmTextFieldGetString(field);
+    const SelectorRequest request{.mode = SelectorMode::View,
+                                  .title = "Choose File...",
+                                  .confirmLabel = "OK",
+                                  .start = current ? current : "",
+                                  .filter = filter ? filter : "",
+                                  .rememberedFolder = lastFolder};
+    XtFree(current);
+    FileSelection chosen;
+    if (runFileSelector(gDialog ? gDialog->shell : nullptr, request, chosen))
+        XmTextFieldSetString(field, const_cast<char *>(chosen.files.front().c_str()));
+}
+
+void addChooseButton(Widget line, const std::string &name, Widget field, const char *filter) {
+    Widget button = XtVaCreateManagedWidget((name + "Choose").c_str(), xmPushButtonWidgetClass, line, XmNlabelString,
+                                            static_cast<XmString>(Text("Choose...")), XmNuserData, filter, nullptr);
+    XtAddCallback(button, XmNactivateCallback, chooseFileActivated, field);
+}
+
 BuiltControl addControl(Widget line, const OptionControl &control) {
     const std::string name = controlWidgetName(control);
     BuiltControl built{&control, controlKind(control), nullptr, {}, {}};
@@ -110,6 +138,7 @@ BuiltControl addControl(Widget line, const OptionControl &control) {
         if (const int maxLength = fieldMaxLength(control)) XtVaSetValues(built.widget, XmNmaxLength, maxLength, nullptr);
         XmTextFieldSetString(built.widget, const_cast<char *>(fieldText(gSettings, control).c_str()));
         if (*control.label && labelAfter) addLabel(line, "label", control.label);
+        if (control.flags & kChooseFile) addChooseButton(line, name, built.widget, control.fileFilter);
         break;
     }
     case ControlKind::OptionMenu: {

@@ -7,6 +7,8 @@
 #include <iterator>
 
 #include "app/configuration_file.h"
+#include "app/save_formats.h"
+#include "zentar.h"
 
 namespace quivel {
 
@@ -53,6 +55,8 @@ constexpr OptionChoice kPageSize[] = {
     {0, "Normal"}, {1, "11x17"}, {2, "A0"},   {3, "A1"},     {4, "A2"},     {5, "A3"},      {6, "A4"},
     {7, "A5"},     {8, "AB4"},   {9, "B5"},   {10, "Ledger"}, {11, "Legal"}, {12, "Letter"}, {13, "Note"},
 };
+
+constexpr const char *kLutFilter = "LUT Files (*.lut)";
 
 constexpr OptionControl kMisc[] = {
     {"Start.LaunchBrowserAtStartup", "Launch Browser at Startup"},
@@ -120,7 +124,7 @@ constexpr OptionControl kCache[] = {
 
 constexpr OptionControl kWrite[] = {
     {"Save.AddExtensionIfNotExist", "If no extension, add it"},
-    {"Save.DefaultFormat", "Default format"},
+    {"Save.DefaultFormat", "Default format", {}, 0, nullptr, kFormatChoice},
 };
 constexpr OptionControl kWriteGif[] = {
     {"Save.GifInterlaced", "Interlaced"},
@@ -156,7 +160,7 @@ constexpr OptionControl kWritePpm[] = {{"Save.PpmAscii", "ASCII"}};
 constexpr OptionControl kWriteDpx[] = {
     {"Save.DpxIn10Bits", "Write DPX with 10bits/component"},
     {"Save.UseLut", "LUT 8-bit linear => 10-bit log"},
-    {"Save.Lut8to10Name", "LUT file"},
+    {"Save.Lut8to10Name", "LUT file", {}, 0, nullptr, kChooseFile, kLutFilter},
 };
 constexpr OptionControl kWriteHp[] = {{"Save.Hp49Header", "HP-49 header"}};
 constexpr OptionControl kWriteRaw[] = {
@@ -169,7 +173,7 @@ constexpr OptionControl kRead[] = {{"Load.IgnoreError", "Ignore Read Errors"}};
 constexpr OptionControl kReadPcd[] = {{"Load.PcdBase", "PCD size", kPcdSize}};
 constexpr OptionControl kReadDpx[] = {
     {"Load.UseLut", "LUT 10-bit log => 8-bit linear"},
-    {"Load.Lut10to8Name", "LUT file"},
+    {"Load.Lut10to8Name", "LUT file", {}, 0, nullptr, kChooseFile, kLutFilter},
 };
 constexpr OptionControl kReadEps[] = {
     {"Load.PostscriptDpi", "Resolution (dpi)"},
@@ -255,6 +259,7 @@ const SettingKey *controlKey(const OptionControl &control) {
 ControlKind controlKind(const OptionControl &control) {
     const SettingKey *key = controlKey(control);
     if (key == nullptr) return ControlKind::Heading;
+    if ((control.flags & kFormatChoice) && key->storage == Storage::Text) return ControlKind::OptionMenu;
     if (key->storage == Storage::Bool) return ControlKind::Toggle;
     if (isNumber(key->storage)) {
         if (!control.choices.empty()) return ControlKind::OptionMenu;
@@ -319,7 +324,33 @@ int fieldMaxLength(const OptionControl &control) {
     return key && key->storage == Storage::Text ? int(key->capacity) - 1 : 0;
 }
 
+namespace {
+
+bool isFormatChoice(const OptionControl &control) {
+    return controlKind(control) == ControlKind::OptionMenu && (control.flags & kFormatChoice);
+}
+
+std::string formatChoiceText(const Settings &settings, const OptionControl &control) {
+    const SettingKey *key = controlKey(control);
+    return std::string(settingText(settings, *key), strnlen(settingText(settings, *key), key->capacity));
+}
+
+std::vector<MenuItem> formatItems(const Settings &settings, const OptionControl &control) {
+    std::vector<MenuItem> items;
+    const std::string current = formatChoiceText(settings, control);
+    bool offered = false;
+    for (const SaveFormat &format : saveFormats()) {
+        items.push_back({format.index, format.label});
+        offered |= format.name == current;
+    }
+    if (!offered) items.push_back({-1, current});
+    return items;
+}
+
+}  // namespace
+
 std::vector<MenuItem> menuItems(const Settings &settings, const OptionControl &control) {
+    if (isFormatChoice(control)) return formatItems(settings, control);
     std::vector<MenuItem> items;
     for (const OptionChoice &choice : control.choices) items.push_back({choice.value, choice.label});
     const SettingKey *key = controlKey(control);
@@ -333,6 +364,14 @@ std::vector<MenuItem> menuItems(const Settings &settings, const OptionControl &c
 
 int menuPosition(const Settings &settings, const OptionControl &control) {
     const std::vector<MenuItem> items = menuItems(settings, control);
+    if (isFormatChoice(control)) {
+        const std::string current = formatChoiceText(settings, control);
+        for (size_t i = 0; i < items.size(); ++i) {
+            const char *name = items[i].value >= 0 ? zntFormatGetName(items[i].value) : nullptr;
+            if (name && current == name) return int(i);
+        }
+        return int(items.size()) - 1;   // the extra item
+    }
     const SettingKey *key = controlKey(control);
     if (key == nullptr) return 0;
     const int32_t current = int32_t(maskedNumber(settings, control, *key));
@@ -342,7 +381,13 @@ int menuPosition(const Settings &settings, const OptionControl &control) {
 }
 
 void storeMenuValue(Settings &settings, const OptionControl &control, int32_t value) {
-    if (const SettingKey *key = controlKey(control)) storeMaskedNumber(settings, control, *key, value);
+    const SettingKey *key = controlKey(control);
+    if (key == nullptr) return;
+    if (isFormatChoice(control)) {
+        if (const char *name = value >= 0 ? zntFormatGetName(value) : nullptr) setSettingText(settings, *key, name);
+        return;
+    }
+    storeMaskedNumber(settings, control, *key, value);
 }
 
 std::string fileTypeRow(std::string_view name, std::string_view description) {

@@ -42,8 +42,10 @@ struct OptionChoice {
 };
 
 enum OptionControlFlags : uint8_t {
-    kSameLine = 1,     // placed beside the previous control rather than below it
-    kLabelAfter = 2,   // a text field's label follows the field
+    kSameLine = 1,       // placed beside the previous control rather than below it
+    kLabelAfter = 2,     // a text field's label follows the field
+    kFormatChoice = 4,   // a text key holding a format's short name: a menu of the save formats
+    kChooseFile = 8,     // a text field with a button that picks the file with the file selector
 };
 
 struct OptionControl {
@@ -53,6 +55,7 @@ struct OptionControl {
     int32_t mask = 0;                           // the bits of the key edited; 0 for all of them
     const char *name = nullptr;                 // widget name; nullptr: the key without its section
     uint8_t flags = 0;
+    const char *fileFilter = nullptr;           // kChooseFile: the selector's filter
 };
 
 // What a page holds besides its controls.
@@ -98,7 +101,9 @@ int fieldMaxLength(const OptionControl &control);  // 0: no limit
 // Option menus. The items are the control's choices, followed by the current
 // value when none of them matches it (a value from a hand-edited file), so
 // that the menu shows what the record holds and keeps it unless the user
-// picks another item.
+// picks another item. A format choice offers the save formats, each item's
+// value the format's index, and stores the chosen format's short name; a
+// name that is not offered shows as an extra item of value -1.
 struct MenuItem {
     int32_t value;
     std::string label;

@@ -8,6 +8,7 @@
 
 #include "app/configuration_file.h"
 #include "app/options_pages.h"
+#include "app/save_formats.h"
 
 using namespace quivel;
 
@@ -80,7 +81,10 @@ TEST(OptionPages, EveryControlEditsAKeyOfTheTableWithAFittingControl) {
             if (key->storage == Storage::Bool) {
                 EXPECT_EQ(kind, ControlKind::Toggle) << where;
             }
-            EXPECT_EQ(kind == ControlKind::OptionMenu, !c.choices.empty()) << where;
+            EXPECT_EQ(kind == ControlKind::OptionMenu, !c.choices.empty() || (c.flags & kFormatChoice)) << where;
+            if (c.flags & kChooseFile) {
+                EXPECT_EQ(kind, ControlKind::TextField) << where;
+            }
             if (c.mask == 0) continue;
             EXPECT_NE(kind, ControlKind::TextField) << where << ": a field edits the whole value";
             for (const OptionChoice &choice : c.choices)
@@ -200,6 +204,26 @@ TEST(OptionPages, MenuShowsAValueOutsideItsChoicesUntilAnotherIsChosen) {
     storeMenuValue(*settings, fit, 7);
     EXPECT_EQ(number(*settings, "View.Fit"), 7);
     EXPECT_EQ(menuItems(*settings, fit).size(), 6u);
+}
+
+TEST(OptionPages, DefaultFormatIsChosenAmongTheSaveFormatsByName) {
+    auto settings = defaults();
+    const OptionControl &format = control("PWrite", "DefaultFormat");
+    const std::vector<MenuItem> items = menuItems(*settings, format);
+    ASSERT_EQ(items.size(), saveFormats().size()) << "jpeg is offered, so no extra item";
+    const int position = menuPosition(*settings, format);
+    EXPECT_STREQ(zntFormatGetName(items[size_t(position)].value), "jpeg");
+    storeMenuValue(*settings, format, zntFormatGetIndex("png"));
+    EXPECT_STREQ(settings->save.defaultFormat, "png");
+
+    // A name no format has stays, shown as it is, until another is chosen.
+    setSettingText(*settings, *findSettingKey("Save.DefaultFormat"), "nosuch");
+    const std::vector<MenuItem> odd = menuItems(*settings, format);
+    ASSERT_EQ(odd.size(), items.size() + 1);
+    EXPECT_EQ(odd.back().label, "nosuch");
+    EXPECT_EQ(menuPosition(*settings, format), int(odd.size()) - 1);
+    storeMenuValue(*settings, format, odd.back().value);
+    EXPECT_STREQ(settings->save.defaultFormat, "nosuch");
 }
 
 TEST(OptionPages, ListRowsLineUpInColumns) {
