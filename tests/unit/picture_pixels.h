@@ -108,6 +108,18 @@ inline void load(Loaded &out, const std::string &path, int page = 0, uint32_t fl
     out.message = info.message;
 }
 
+// Loads page 0 with the read options that `adjust` sets (raw geometry,
+// Photo CD size, GROB grey levels, look-up tables).
+template <class Adjust>
+inline void loadWith(Loaded &out, const std::string &path, Adjust adjust) {
+    FormatParams params;
+    zntDefaultParams(&params);
+    adjust(params);
+    FileInformation info{};
+    out.status = zntLoad(path.c_str(), &out.picture, &params, &info);
+    out.message = info.message;
+}
+
 inline OpStatus save(const std::string &path, Picture &picture, const char *format, void (*adjust)(FormatParams &) = nullptr) {
     FormatParams params;
     zntDefaultParams(&params);
