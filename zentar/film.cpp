@@ -164,17 +164,20 @@ void unpackRow(const SampleLayout &layout, const uint8_t *in, uint32_t count, ui
         return;
     }
     case SampleLayout::filled: {
-        const int top = layout.highAligned ? 22 : 20;
+        // The shifts of the first, second and third sample of a word.
+        const int low = layout.highAligned ? 2 : 0;
+        const int s0 = layout.firstLow ? low : low + 20, s1 = low + 10, s2 = layout.firstLow ? low + 20 : low;
         uint32_t i = 0;
         for (; i + 3 <= count; i += 3, in += 4) {
             const uint32_t word = layout.bigEndian ? readBe32(in) : readLe32(in);
-            out[i] = uint16_t(word >> top & 0x3ff);
-            out[i + 1] = uint16_t(word >> (top - 10) & 0x3ff);
-            out[i + 2] = uint16_t(word >> (top - 20) & 0x3ff);
+            out[i] = uint16_t(word >> s0 & 0x3ff);
+            out[i + 1] = uint16_t(word >> s1 & 0x3ff);
+            out[i + 2] = uint16_t(word >> s2 & 0x3ff);
         }
         if (i < count) {
             const uint32_t word = layout.bigEndian ? readBe32(in) : readLe32(in);
-            for (int k = 0; i < count; ++i, ++k) out[i] = uint16_t(word >> (top - 10 * k) & 0x3ff);
+            out[i] = uint16_t(word >> s0 & 0x3ff);
+            if (i + 1 < count) out[i + 1] = uint16_t(word >> s1 & 0x3ff);
         }
         return;
     }
@@ -192,10 +195,11 @@ std::vector<uint8_t> sampleToByteTable(int bits, const LogToLinear *logToLinear)
     return table;
 }
 
-void packFilled10(const uint8_t *samples, uint32_t count, const LinearToLog &linearToLog, uint8_t *out) {
+void packFilled10(const uint8_t *samples, uint32_t count, const LinearToLog &linearToLog, bool firstLow, uint8_t *out) {
     for (uint32_t i = 0; i < count; i += 3, out += 4) {
         uint32_t word = 0;
-        for (uint32_t k = 0; k < 3 && i + k < count; ++k) word |= uint32_t(linearToLog[samples[i + k]]) << (22 - 10 * k);
+        for (uint32_t k = 0; k < 3 && i + k < count; ++k)
+            word |= uint32_t(linearToLog[samples[i + k]]) << (firstLow ? 2 + 10 * k : 22 - 10 * k);
         out[0] = uint8_t(word >> 24), out[1] = uint8_t(word >> 16), out[2] = uint8_t(word >> 8), out[3] = uint8_t(word);
     }
 }

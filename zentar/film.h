@@ -43,13 +43,16 @@ OpStatus readLutFile(const char *fileName, size_t count, unsigned maxValue, std:
 //   bytes: 8 bits, one byte each
 //   words: 16-bit words holding 12 (in the high bits with highAligned, else
 //          the low bits) or 16 bits
-//   filled: 10 bits, three to a 32-bit word; highAligned puts the first at
-//          bits 31-22 and leaves bits 1-0 unused, else at bits 29-20
+//   filled: 10 bits, three to a 32-bit word; highAligned leaves bits 1-0
+//          unused, else bits 31-30. The first sample of a word takes the
+//          highest ten bits, or with firstLow the lowest: film files of
+//          one channel are written that way.
 // Samples of 10 or 12 bits packed end to end across words are not read.
 struct SampleLayout {
     enum Kind { bytes, words, filled } kind = bytes;
     int bits = 8;
     bool highAligned = true;
+    bool firstLow = false;
     bool bigEndian = true;   // of the 16- and 32-bit words
 };
 
@@ -65,8 +68,9 @@ void unpackRow(const SampleLayout &layout, const uint8_t *in, uint32_t count, ui
 std::vector<uint8_t> sampleToByteTable(int bits, const LogToLinear *logToLinear);
 
 // Writes one row of 8-bit samples as 10-bit codes through `linearToLog`,
-// filled three to a big-endian word with the first in the high bits.
-void packFilled10(const uint8_t *samples, uint32_t count, const LinearToLog &linearToLog, uint8_t *out);
+// filled three to a big-endian word, bits 1-0 unused, the first sample in
+// the highest bits or with firstLow the lowest.
+void packFilled10(const uint8_t *samples, uint32_t count, const LinearToLog &linearToLog, bool firstLow, uint8_t *out);
 
 // IEEE single-precision float bits, for the headers' real fields.
 uint32_t floatBits(float value);

@@ -4,7 +4,9 @@
 //
 // Read: one channel (grey) or three (red, green, blue) of the same size
 // and depth, pixel-interleaved; 8 bits, 10 bits three to a word (left or
-// right justified), 12 bits in 16-bit words, or 16 bits; rows flipped or
+// right justified; the samples of a word from its high end, except with one
+// channel, which fills words from the low end like a DPX luminance
+// element), 12 bits in 16-bit words, or 16 bits; rows flipped or
 // mirrored as the orientation says. Samples of 10 bits and more become 8
 // bits through the film table when the caller asks for it (film.h), else
 // they are scaled. Line- or channel-interleaved files and samples packed
@@ -98,6 +100,7 @@ OpStatus parseHeader(Bytes bytes, CineonHeader &h, std::string &message) {
     } else if (h.bits == 10 && (h.packing == kLongLeft || h.packing == kLongRight)) {
         h.layout.kind = SampleLayout::filled;
         h.layout.highAligned = h.packing == kLongLeft;
+        h.layout.firstLow = h.channels == 1;
         h.stride = rowBytes(h.layout, samples);
     } else if ((h.bits == 12 && (h.packing == kWordLeft || h.packing == kWordRight)) || h.bits == 16) {
         h.layout.kind = SampleLayout::words;
@@ -218,7 +221,7 @@ OpStatus writeCineon(FILE *file, const Picture &pic, const FormatParams &params)
         } else {
             rowToRgb(pic, y, line.data());
         }
-        packFilled10(line.data(), samples, toLog, packed.data());
+        packFilled10(line.data(), samples, toLog, grey, packed.data());
         out.bytes(packed.data(), stride);
         reportSaveProgress(params, int(y), int(height));
     }

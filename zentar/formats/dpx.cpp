@@ -5,8 +5,9 @@
 //
 // Read: the first element, luminance, RGB, RGBA or ABGR, of 8, 10, 12 or 16
 // bits; 10 bits three to a 32-bit word (padding in the low or in the high
-// two bits), 12 bits in 16-bit words; rows mirrored or bottom to top as the
-// orientation says. Samples of 10 bits and more become 8 bits through the
+// two bits; the samples of a word from its high end, except in a luminance
+// element, which fills words from the low end as other writers do), 12 bits
+// in 16-bit words; rows mirrored or bottom to top as the orientation says. Samples of 10 bits and more become 8 bits through the
 // film table when the caller asks for it (film.h), else they are scaled.
 // Run-length encoded elements and samples packed end to end across words
 // are refused.
@@ -112,6 +113,7 @@ OpStatus parseHeader(Bytes bytes, DpxHeader &h, std::string &message) {
     h.layout.bigEndian = h.bigEndian;
     h.layout.bits = h.bitSize;
     h.layout.highAligned = h.packing != 2;
+    h.layout.firstLow = h.components == 1;
     const bool inWords = h.packing == 1 || h.packing == 2;
     if (h.bitSize == 8) {
         h.layout.kind = SampleLayout::bytes;
@@ -260,7 +262,7 @@ OpStatus writeDpx(FILE *file, const Picture &pic, const FormatParams &params) {
             rowToRgb(pic, y, line.data());
         }
         if (tenBits) {
-            packFilled10(line.data(), samples, toLog, packed.data());
+            packFilled10(line.data(), samples, toLog, components == 1, packed.data());
         } else {
             std::memcpy(packed.data(), line.data(), samples);
         }
