@@ -133,7 +133,7 @@ inline void expectDamageGivesAStatus(const std::vector<uint8_t> &bytes, const st
     auto tryLoad = [&](const std::vector<uint8_t> &damaged) {
         FILE *f = std::fopen(path.c_str(), "wb");
         if (f == nullptr) return;
-        std::fwrite(damaged.data(), 1, damaged.size(), f);
+        if (!damaged.empty()) std::fwrite(damaged.data(), 1, damaged.size(), f);
         std::fclose(f);
         FileInformation info{};
         zntFileInformation(path.c_str(), -1, 0, &info);
