@@ -1,6 +1,5 @@
 // Calculator graphic objects: the bytes as the calculators send them, grey
-// pictures as stacks of bit planes, the text form, and the sizes an object
-// can have.
+// pictures as stacks of bit planes, the text form, damaged files.
 #include <gtest/gtest.h>
 
 #include "picture_pixels.h"
@@ -84,26 +83,6 @@ TEST(Grob, GreyPicturesAreStacksOfPlanes) {
     EXPECT_EQ(three.picture.data[0], 0);
     EXPECT_EQ(three.picture.data[3], 3);
     zntFree(&grey);
-}
-
-TEST(Grob, SizesAnObjectCanHold) {
-    struct Case {
-        int type, width, height, levels;
-        bool accepted;
-    } cases[] = {
-        {ZNT_BINARY, 2048, 2000, 2, true}, {ZNT_BINARY, 2049, 10, 2, false}, {ZNT_BINARY, 10, 2001, 2, false},
-        {ZNT_GREY, 1024, 800, 32, true},   {ZNT_GREY, 1025, 10, 4, false},    {ZNT_GREY, 10, 10, 64, false},
-        {ZNT_RGB, 10, 10, 0, false},
-    };
-    const int grob = zntFormatGetIndex("grob");
-    for (const Case &c : cases) {
-        SCOPED_TRACE(std::to_string(c.width) + "x" + std::to_string(c.height));
-        Picture p{};
-        ASSERT_TRUE(zntAllock(&p, c.type, 8, c.width, c.height));
-        if (c.type == ZNT_GREY) p.numberOfColors = uint16_t(c.levels);
-        EXPECT_EQ(zntFormatAcceptsPicture(grob, &p) != 0, c.accepted);
-        zntFree(&p);
-    }
 }
 
 TEST(Grob, DamagedFilesGiveAStatus) {

@@ -3,7 +3,6 @@
 // hold, and the files other programs write.
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <cstdlib>
 #include <cstring>
 
@@ -72,22 +71,11 @@ TEST(RawSamples, EveryChannelTypeAndOrderComesBack) {
     }
 }
 
-TEST(RawSamples, LayoutsOnDisk) {
+TEST(RawSamples, SubtractiveAndAlphaFirstChannels) {
+    // Known bytes: black taken out of CMYK exactly, and alpha first, which
+    // ImageMagick does not write.
     TempDir dir;
-    // Two pixels by two rows of RGB: red, green / blue, white.
-    const std::vector<uint8_t> interleaved = {255, 0, 0, 0, 255, 0, 0, 0, 255, 255, 255, 255};
-    const std::vector<uint8_t> sequential = {255, 0, 0, 255, 0, 255, 0, 255, 0, 0, 255, 255};
-    const std::vector<uint8_t> separate = {255, 0, 0, 255, 0, 0, 0, 255, 0, 255, 255, 255};
-    const std::vector<const std::vector<uint8_t> *> layouts = {&interleaved, &sequential, &separate};
-    for (int order = 0; order < 3; ++order) {
-        SCOPED_TRACE(order);
-        testsupport::writeBytes(dir.file("l.raw"), *layouts[size_t(order)]);
-        Loaded l;
-        loadWith(l, dir.file("l.raw"), geometry(2, 2, 0, 1, order));
-        ASSERT_EQ(l.status, 0) << l.message;
-        EXPECT_EQ(std::vector<uint8_t>(l.picture.data, l.picture.data + 12), interleaved);
-    }
-    // Subtractive channels: cyan, and a half-black red.
+    // Cyan, and a half-black red.
     testsupport::writeBytes(dir.file("k.raw"), {255, 0, 0, 0, 0, 255, 255, 128});
     Loaded cmyk;
     loadWith(cmyk, dir.file("k.raw"), geometry(2, 1, 0, 6));
@@ -193,46 +181,6 @@ TEST(Yuv, KnownSamples) {
     EXPECT_NEAR(p[8], 0, 1);
     const uint8_t *last = p + 2 * l.picture.bytesPerLine;
     EXPECT_EQ(last[6], 0) << "the last row takes the last chroma row";
-}
-
-TEST(Yuv, SmoothFramesOfOddSizes) {
-    // Frames made here with the video-range BT.601 matrix, chroma averaged
-    // over each 2 x 2 block (or what of it lies inside the frame).
-    TempDir dir;
-    for (int w : {64, 33}) {
-        const int h = w == 64 ? 48 : 21, cw = (w + 1) / 2, ch = (h + 1) / 2;
-        SCOPED_TRACE(w);
-        Picture smooth{};
-        ASSERT_TRUE(zntAllock(&smooth, ZNT_RGB, 8, w, h));
-        std::vector<uint8_t> y(size_t(w) * h), u(size_t(cw) * ch), v(size_t(cw) * ch);
-        std::vector<double> uSum(u.size()), vSum(v.size()), count(u.size());
-        for (int row = 0; row < h; ++row)
-            for (int x = 0; x < w; ++x) {
-                uint8_t *q = smooth.data + size_t(row) * smooth.bytesPerLine + 3 * size_t(x);
-                q[0] = uint8_t(x * 3 + 20), q[1] = uint8_t(row * 4 + 30), q[2] = uint8_t(220 - x * 2);
-                const double r = q[0], g = q[1], b = q[2];
-                y[size_t(row) * w + x] = uint8_t(std::lround(16 + (65.481 * r + 128.553 * g + 24.966 * b) / 255));
-                const size_t c = size_t(row / 2) * cw + x / 2;
-                uSum[c] += 128 + (-37.797 * r - 74.203 * g + 112.0 * b) / 255;
-                vSum[c] += 128 + (112.0 * r - 93.786 * g - 18.214 * b) / 255;
-                count[c] += 1;
-            }
-        for (size_t c = 0; c < u.size(); ++c) {
-            u[c] = uint8_t(std::lround(uSum[c] / count[c]));
-            v[c] = uint8_t(std::lround(vSum[c] / count[c]));
-        }
-        std::vector<uint8_t> frame = y;
-        frame.insert(frame.end(), u.begin(), u.end());
-        frame.insert(frame.end(), v.begin(), v.end());
-        frame.resize(frame.size() + 100, 0);   // a second frame's start: ignored
-        testsupport::writeBytes(dir.file("frame.yuv"), frame);
-        Loaded l;
-        loadWith(l, dir.file("frame.yuv"), geometry(w, h));
-        ASSERT_EQ(l.status, 0) << l.message;
-        EXPECT_LT(meanDifference(toRgba(l.picture), toRgba(smooth)), 1.5);
-        EXPECT_LE(maxDifference(toRgba(l.picture), toRgba(smooth)), 6);
-        zntFree(&smooth);
-    }
 }
 
 TEST(HeaderlessFormats, DamagedFilesGiveAStatus) {
