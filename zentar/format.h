@@ -63,6 +63,13 @@ struct LoadRequest {
     bool tooLarge(uint64_t width, uint64_t height) const {
         return maxPixels != 0 && width * height > maxPixels;
     }
+
+    // The caller's read options: the geometry of files without a header (raw,
+    // YUV), the Photo CD size, the GROB grey levels, the film look-up table.
+    // Null for the library's defaults (zntDefaultParams); options() gives
+    // whichever applies.
+    const FormatParams *params = nullptr;
+    const FormatParams &options() const;
 };
 
 // Reports rows as they arrive. `row` answers true when the caller asked to
@@ -149,6 +156,14 @@ extern const Format kBmpFormat;
 extern const Format kPpmFormat;
 extern const Format kPamFormat;
 extern const Format kXwdFormat;
+extern const Format kDpxFormat;
+extern const Format kCineonFormat;
+extern const Format kGrobFormat;
+extern const Format kRawFormat;
+extern const Format kYuvFormat;
+extern const Format kPcdFormat;
+extern const Format kIcoFormat;
+extern const Format kCurFormat;
 
 // The table, in index order.
 std::span<const Format *const> formats();

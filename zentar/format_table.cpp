@@ -17,6 +17,7 @@ namespace {
 // (each format says how strong its signature is).
 const Format *const kFormats[] = {
     &kJpegFormat, &kPngFormat, &kGifFormat, &kTiffFormat, &kBmpFormat, &kPpmFormat, &kPamFormat, &kXwdFormat,
+    &kDpxFormat, &kCineonFormat, &kGrobFormat, &kRawFormat, &kYuvFormat, &kPcdFormat, &kIcoFormat, &kCurFormat,
 };
 
 std::string lower(std::string_view text) {

@@ -56,10 +56,20 @@ LoadRequest requestFrom(const FormatParams *params) {
     request.reducedHeight = params->reducedHeight;
     request.progress = params->progressFunction;
     request.progressUserData = params->progressUserData;
+    request.params = params;
     return request;
 }
 
 }  // namespace
+
+const FormatParams &LoadRequest::options() const {
+    static const FormatParams defaults = [] {
+        FormatParams p;
+        zntDefaultParams(&p);
+        return p;
+    }();
+    return params != nullptr ? *params : defaults;
+}
 
 OpStatus loadFromBytes(const Format &format, const Source &source, const LoadRequest &request, Picture &picture,
                        std::string &message) {

@@ -133,7 +133,9 @@ typedef struct FormatParams {
     uint8_t rawChannelType;          /* 0 grey, 1 RGB, 2 BGR, 3 RGBA, 4 ABGR, 5 CMY, 6 CMYK */
     uint8_t pcdBase;                 /* 0 Base/16, 1 Base/4, 2 Base, 3 and 4 larger */
     uint8_t grobGreyLevels;          /* 0-4: 2, 4, 8, 16, 32 levels */
-    uint8_t useLut;                  /* DPX/Cineon: apply the look-up table */
+    uint8_t useLut;                  /* DPX/Cineon: convert between 10-bit log codes and 8-bit linear
+                                        values, on load and on save, through the table of lutFileName
+                                        or, when it is "", the standard film table */
     uint16_t postscriptDpi;
     uint16_t pageWidthPt, pageHeightPt;  /* 0 x 0 leaves the page size to the file */
     uint32_t reducedWidth, reducedHeight; /* with ZNT_LOAD_REDUCED: the smallest size wanted */
@@ -155,7 +157,10 @@ typedef struct FormatParams {
     uint8_t dpx10Bits;
     uint8_t rleCompress;             /* IFF, PCX, TGA, Softimage, SGI, BMP (RLE4/RLE8) */
 
-    char lutFileName[1024];          /* look-up table file for DPX/Cineon, "" for none */
+    char lutFileName[1024];          /* look-up table file for DPX/Cineon, "" for the standard table:
+                                        text of decimal numbers ('#' starts a comment), 1024 values
+                                        0-255 (log to linear) for loading, 256 values 0-1023 (linear
+                                        to log) for saving */
 
     uint16_t progressWord;
     void *progressUserData;

@@ -125,3 +125,38 @@ TEST(TransmogCli, EveryConformanceFileToPamAndBack) {
     }
     EXPECT_GT(converted, 170);
 }
+
+TEST(TransmogCli, FilmCalculatorRawAndIconFormats) {
+    const auto list = transmog({"-formats"}).out;
+    for (const char *line : {" dpx   rw dpx ", " cin   rw cin ", " grob  rw grob ", " raw   rw raw ", " yuv   r- yuv ",
+                             " pcd   r- pcd ", " ico   r- ico ", " cur   r- cur "})
+        EXPECT_NE(list.find(line), std::string::npos) << line;
+
+    // Each writable one converts to PAM and back without a change: colour
+    // to the film formats, black and white to GROB, and for raw a picture
+    // of the default raw geometry (256 x 256 RGB).
+    TempDir dir;
+    std::string ppm = "P6\n256 256\n255\n";
+    for (int i = 0; i < 256 * 256 * 3; ++i) ppm += char((i * 7) % 251);
+    testsupport::writeFile(dir.file("square.ppm"), ppm);
+    struct Case {
+        const char *format, *source;
+    } cases[] = {{"dpx", "conformance/pngsuite/png/basn2c08.png"},
+                 {"cin", "conformance/pngsuite/png/basn2c08.png"},
+                 {"grob", "conformance/pngsuite/png/basn0g01.png"},
+                 {"raw", nullptr}};
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.format);
+        const std::string source = c.source ? dataPath(c.source) : dir.file("square.ppm");
+        const std::string target = dir.file(std::string("t.") + c.format);
+        ASSERT_EQ(transmog({"-out", "pam", "-o", dir.file("a.pam"), source}).exitCode, 0);
+        auto r = transmog({"-out", c.format, "-o", target, dir.file("a.pam")});
+        ASSERT_EQ(r.exitCode, 0) << r.err;
+        r = transmog({"-out", "pam", "-o", dir.file("b.pam"), target});
+        ASSERT_EQ(r.exitCode, 0) << r.err;
+        EXPECT_EQ(readFile(dir.file("a.pam")), readFile(dir.file("b.pam")));
+    }
+    auto r = transmog({"-out", "ico", dir.file("a.pam")});
+    EXPECT_EQ(r.exitCode, 1);
+    EXPECT_EQ(r.err, "Can't save in this format !!\n");
+}

@@ -48,6 +48,10 @@ const Case kCases[] = {
     {"ppm", ZNT_GREY, [](FormatParams &p) { p.ppmAscii = 1; }},
     {"pam", ZNT_RGBA, nullptr},
     {"xwd", ZNT_PALETTE, nullptr},
+    {"dpx", ZNT_RGB, nullptr},
+    {"dpx", ZNT_GREY, [](FormatParams &p) { p.dpx10Bits = 1; }},
+    {"cin", ZNT_RGB, nullptr},
+    {"grob", ZNT_BINARY, nullptr},
 };
 
 }  // namespace

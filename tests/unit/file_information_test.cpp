@@ -37,8 +37,8 @@ struct Gradient {
 }  // namespace
 
 TEST(FormatTable, NamesSuffixesAndLookUps) {
-    EXPECT_EQ(zntCount(), 8);
-    for (const char *name : {"jpeg", "png", "gif", "tiff", "bmp", "ppm", "pam", "xwd"}) {
+    EXPECT_EQ(zntCount(), 16);
+    for (const char *name : {"jpeg", "png", "gif", "tiff", "bmp", "ppm", "pam", "xwd", "dpx", "cin", "grob", "raw"}) {
         const int i = zntFormatGetIndex(name);
         ASSERT_GE(i, 0) << name;
         EXPECT_STREQ(zntFormatGetName(i), name);
@@ -48,6 +48,12 @@ TEST(FormatTable, NamesSuffixesAndLookUps) {
         EXPECT_STREQ(info.name, name);
         ASSERT_NE(info.saveKinds, nullptr);
         EXPECT_NE(info.saveKinds[0].colorModel, -1);
+    }
+    for (const char *name : {"yuv", "pcd", "ico", "cur"}) {
+        FormatInformation info;
+        ASSERT_EQ(zntFormatGetInfo(zntFormatGetIndex(name), &info), 0) << name;
+        EXPECT_TRUE(info.readable && !info.writable) << name;
+        EXPECT_EQ(info.saveKinds, nullptr);
     }
     EXPECT_EQ(zntFormatGetIndex("nothing"), -1);
     EXPECT_EQ(zntFormatGetName(99), nullptr);
@@ -79,13 +85,16 @@ TEST(FormatTable, NamesSuffixesAndLookUps) {
 TEST(Sniffing, TheSignatureDecidesNotTheName) {
     Gradient g(20, 10);
     TempDir dir;
-    for (const char *format : {"jpeg", "png", "gif", "tiff", "bmp", "ppm", "pam", "xwd"}) {
+    for (const char *format : {"jpeg", "png", "gif", "tiff", "bmp", "ppm", "pam", "xwd", "dpx", "cin", "grob"}) {
         SCOPED_TRACE(format);
-        Picture grey{};
+        Picture grey{}, bw{};
         ASSERT_TRUE(zntAllock(&grey, ZNT_GREY, 8, 20, 10));
+        ASSERT_TRUE(zntAllock(&bw, ZNT_BINARY, 1, 20, 10));
         const std::string path = dir.file("misnamed.txt");
-        ASSERT_EQ(save(path, std::strcmp(format, "gif") == 0 ? grey : g.picture, format), 0);
+        const bool onlyGrey = std::strcmp(format, "gif") == 0, onlyBinary = std::strcmp(format, "grob") == 0;
+        ASSERT_EQ(save(path, onlyGrey ? grey : onlyBinary ? bw : g.picture, format), 0);
         zntFree(&grey);
+        zntFree(&bw);
         FileInformation info{};
         ASSERT_EQ(zntFileInformation(path.c_str(), -1, 0, &info), 0);
         EXPECT_STREQ(zntFormatGetName(info.formatIndex), format);
@@ -134,7 +143,7 @@ TEST(StatusMessages, OneTextPerStatus) {
 TEST(Loading, ProgressReportsRowsAndStops) {
     Gradient g(64, 48);
     TempDir dir;
-    for (const char *format : {"jpeg", "png", "tiff", "bmp", "ppm", "xwd"}) {
+    for (const char *format : {"jpeg", "png", "tiff", "bmp", "ppm", "xwd", "dpx", "cin"}) {
         SCOPED_TRACE(format);
         const std::string path = dir.file(std::string("p.") + format);
         ASSERT_EQ(save(path, g.picture, format), 0);

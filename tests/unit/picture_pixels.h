@@ -5,7 +5,11 @@
 
 #include "zentar.h"
 
+#include <gtest/gtest.h>
+
+#include <algorithm>
 #include <cstdint>
+#include <cstdio>
 #include <string>
 #include <vector>
 
@@ -106,6 +110,55 @@ inline void load(Loaded &out, const std::string &path, int page = 0, uint32_t fl
     FileInformation info{};
     out.status = zntLoad(path.c_str(), &out.picture, &params, &info);
     out.message = info.message;
+}
+
+// Loads page 0 with the read options that `adjust` sets (raw geometry,
+// Photo CD size, GROB grey levels, look-up tables).
+template <class Adjust>
+inline void loadWith(Loaded &out, const std::string &path, Adjust adjust) {
+    FormatParams params;
+    zntDefaultParams(&params);
+    adjust(params);
+    FileInformation info{};
+    out.status = zntLoad(path.c_str(), &out.picture, &params, &info);
+    out.message = info.message;
+}
+
+// Cuts a file at several points and changes a few of its bytes, more of
+// them near the start, and loads each result (strictly, then ignoring read
+// errors) with the read options of `adjust`: every load gives a status or a
+// picture, never both, and never a crash. `path` names the damaged copy.
+template <class Adjust>
+inline void expectDamageGivesAStatus(const std::vector<uint8_t> &bytes, const std::string &path, Adjust adjust) {
+    auto tryLoad = [&](const std::vector<uint8_t> &damaged) {
+        FILE *f = std::fopen(path.c_str(), "wb");
+        if (f == nullptr) return;
+        if (!damaged.empty()) std::fwrite(damaged.data(), 1, damaged.size(), f);
+        std::fclose(f);
+        FileInformation info{};
+        zntFileInformation(path.c_str(), -1, 0, &info);
+        zntFileInformationFree(&info);
+        for (uint32_t flags : {0u, uint32_t(ZNT_LOAD_IGNORE_ERRORS)}) {
+            Loaded l;
+            loadWith(l, path, [&](FormatParams &p) {
+                adjust(p);
+                p.flags = flags;
+            });
+            if ((l.status != 0) != (l.picture.data == nullptr)) ADD_FAILURE() << "a status and a picture";
+        }
+    };
+    for (size_t keep : {size_t(0), size_t(7), bytes.size() / 3, bytes.size() * 2 / 3, bytes.size() - 1})
+        tryLoad(std::vector<uint8_t>(bytes.begin(), bytes.begin() + long(std::min(keep, bytes.size()))));
+    uint32_t seed = 7;
+    for (int round = 0; round < 40 && !bytes.empty(); ++round) {
+        std::vector<uint8_t> broken = bytes;
+        for (int k = 0; k < 1 + round % 4; ++k) {
+            seed = seed * 1664525u + 1013904223u;
+            const size_t span = round % 2 ? std::min<size_t>(broken.size(), 64) : broken.size();
+            broken[(seed >> 8) % span] ^= uint8_t(1 + (seed >> 24) % 255);
+        }
+        tryLoad(broken);
+    }
 }
 
 inline OpStatus save(const std::string &path, Picture &picture, const char *format, void (*adjust)(FormatParams &) = nullptr) {
