@@ -195,8 +195,25 @@ TEST(Saving, EveryWritableFormatSavesEveryPictureKind) {
             EXPECT_EQ(hooks.asked, zntFormatAcceptsPicture(format, &picture.p) ? 0 : 1);
             EXPECT_EQ(std::memcmp(&before, &picture.p, sizeof before), 0) << "the caller's picture is left alone";
             pictest::Loaded back;
-            pictest::load(back, path);
+            if (std::string(name) == "raw") {
+                // Raw samples carry no geometry: read them as they were written.
+                pictest::loadWith(back, path, [&](FormatParams &p) {
+                    p.loadValues[0] = 37, p.loadValues[1] = 23, p.loadValues[2] = settings->save.offset;
+                    p.rawChannelOrder = uint8_t(settings->save.channelOrder);
+                    p.rawChannelType = uint8_t(settings->save.channelType);
+                });
+            } else {
+                pictest::load(back, path);
+            }
             ASSERT_EQ(back.status, 0);
+            if (std::string(name) == "grob" && back.picture.height > 23) {
+                // A grey GROB does not record how many bit planes it stacks:
+                // read it again as that many planes.
+                const int planes = back.picture.height / 23;
+                zntFree(&back.picture);
+                pictest::loadWith(back, path, [&](FormatParams &p) { p.grobGreyLevels = uint8_t(planes - 1); });
+                ASSERT_EQ(back.status, 0);
+            }
             EXPECT_EQ(back.picture.width, 37u);
             EXPECT_EQ(back.picture.height, 23);
             // Lossless formats keep what they hold; a mask is dropped where there is no room for one.
