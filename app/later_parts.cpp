@@ -4,7 +4,6 @@
 
 #include "app/file_selector.h"
 #include "app/message_box.h"
-#include "picture/load_files.h"
 #include "picture/load_save.h"
 #include "picture/status_message.h"
 
@@ -12,23 +11,14 @@
 
 namespace quivel {
 
-// Until the view window exists the files are loaded and let go again, so
-// that a file that cannot be read is reported at start-up.
-Widget openView(const std::vector<std::string> &files) {
-    loadFilesReportingFailures(files, stderr);
-    return nullptr;
-}
-
 Widget openBrowser(const std::string &) { return nullptr; }
 Widget startSlideShow(const std::string &) { return nullptr; }
-bool anyViewOpen() { return false; }
 bool browserOpen() { return false; }
 
 void openFilesDialog(Widget) {}
 void browseDialog(Widget) {}
 std::vector<CachedFolder> cachedFolders() { return {}; }
 void removeAllCachedFolders() {}
-void releaseToolbarResources() {}
 
 // Plain loads and saves, without the progress dialog or conversions.
 int loadPictureFile(Widget parent, const char *fileName, int page, Picture &picture, FileInformation &info,
@@ -66,9 +56,6 @@ bool loadOrSaveInProgress() { return false; }
 
 bool runFileSelector(Widget, SelectorMode, const char *, const std::string &, FileSelection &, int) { return false; }
 
-void ViewDoCommand(Widget, XEvent *, String *, Cardinal *) {}
-void ViewKeyScroll(Widget, XEvent *, String *, Cardinal *) {}
-void ViewClose(Widget, XEvent *, String *, Cardinal *) {}
 void BrowserDoCommand(Widget, XEvent *, String *, Cardinal *) {}
 void BrowserDoPopup(Widget, XEvent *, String *, Cardinal *) {}
 void FilelistDoCommand(Widget, XEvent *, String *, Cardinal *) {}
