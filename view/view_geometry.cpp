@@ -90,8 +90,9 @@ PictureRectangle dragRectangle(const PictureLayout &l, Size picture, int x0, int
     bottom = std::min<int64_t>(bottom, l.displayed.height - 1);
     const int px0 = pictureCoordinate(left, picture.width, l.displayed.width);
     const int py0 = pictureCoordinate(top, picture.height, l.displayed.height);
-    const int px1 = pictureCoordinate(right, picture.width, l.displayed.width);
-    const int py1 = pictureCoordinate(bottom, picture.height, l.displayed.height);
+    // The last displayed pixel covers every picture pixel up to the next one's.
+    const int px1 = std::max(px0, pictureCoordinate(right + 1, picture.width, l.displayed.width) - 1);
+    const int py1 = std::max(py0, pictureCoordinate(bottom + 1, picture.height, l.displayed.height) - 1);
     return {px0, py0, px1 - px0 + 1, py1 - py0 + 1};
 }
 
