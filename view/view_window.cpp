@@ -399,6 +399,9 @@ View *createView() {
         "drawingArea", xmDrawingAreaWidgetClass, v->mainWindow, XmNwidth, Dimension(screen.width * 2 / 3),
         XmNheight, Dimension(screen.height * 2 / 3), XmNmarginWidth, 0, XmNmarginHeight, 0, XmNresizePolicy,
         XmRESIZE_NONE, XmNtraversalOn, True, XmNtranslations, viewTranslations(), nullptr);
+    // With traversal on, Motif overrides the arrow and Home keys of a manager
+    // with its own traversal; the view's keys come first again.
+    XtOverrideTranslations(v->drawingArea, viewTranslations());
     v->scrollBarH = XtVaCreateManagedWidget("scrollBarH", xmScrollBarWidgetClass, v->mainWindow, XmNorientation,
                                             XmHORIZONTAL, XmNtraversalOn, False, nullptr);
     v->scrollBarV = XtVaCreateManagedWidget("scrollBarV", xmScrollBarWidgetClass, v->mainWindow, XmNorientation,
@@ -645,8 +648,15 @@ void updateStatus(View &v) {
     s.frame = v.frame;
     const std::vector<StatusPart> parts = statusParts(s);
     MyStatusBarSetPartCount(v.statusBar, int(parts.size()));
-    for (size_t i = 0; i < parts.size(); ++i)
+    std::string line;
+    for (size_t i = 0; i < parts.size(); ++i) {
         MyStatusBarSetText(v.statusBar, int(i), parts[i].text.c_str(), parts[i].alignment);
+        line += (i ? "|" : "") + parts[i].text;
+    }
+    // With -v the status bar is also written out, so that scripts and tests
+    // can follow what the view shows.
+    if (gApp.verbose && line != v.lastStatus) std::fprintf(stderr, "status: %s\n", line.c_str());
+    v.lastStatus = line;
     if (gSettings.view.showFilename) {
         const std::string base(baseName(v.path));
         XtVaSetValues(v.shell, XmNiconName, base.empty() ? "Quivel" : base.c_str(), nullptr);

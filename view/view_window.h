@@ -100,6 +100,7 @@ struct View {
     long fitUntilMs = 0;
 
     bool firstPaintReported = false;
+    std::string lastStatus;
     long openedAtMs = 0;
 };
 
