@@ -283,7 +283,7 @@ void showPageDialog(View &v) {
         return updatePageDialog(v);
     }
     v.pageDialog = XtVaCreatePopupShell("TolvaPages", xmDialogShellWidgetClass, v.shell, XmNtitle, "Pages",
-                                        XmNdeleteResponse, XmDESTROY, nullptr);
+                                        XmNdeleteResponse, XmDESTROY, XmNallowShellResize, True, nullptr);
     XtAddCallback(v.pageDialog, XmNdestroyCallback, pageDialogDestroyed, nullptr);
     Widget form = XtVaCreateWidget("form", xmRowColumnWidgetClass, v.pageDialog, XmNorientation, XmHORIZONTAL,
                                    XmNmarginWidth, 6, XmNmarginHeight, 6, nullptr);

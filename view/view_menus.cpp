@@ -239,6 +239,7 @@ void updateMenus(View &v) {
     if (!picture) setSensitive(v, "canvas", false);
     setSensitive(v, "undo", hasPixels(v.pictures.undo));
     setSensitive(v, "crop", v.selectionActive);
+    setSensitive(v, "selectNone", v.selectionActive);
     for (const char *name : {"save", "saveFiles", "copy", "count", "rotate180", "pages"}) setSensitive(v, name, picture);
     Widget root = menuRoot(v);
     if (root == nullptr) return;

@@ -790,7 +790,24 @@ void setToolBarShown(View &v, bool on) {
     updateMenus(v);
 }
 
-// ---- Full screen ----------------------------------------------------------------------
+// ---- Full screen ----
+
+// Where the window manager's frame around the view stands: a window placed
+// at a position has its frame's corner there, so this is where it goes back.
+Point framePosition(const View &v) {
+    Display *d = gX.display;
+    Window w = XtWindow(v.shell), root = 0, parent = 0, *children = nullptr;
+    unsigned count = 0;
+    if (w == 0) return {0, 0};
+    while (XQueryTree(d, w, &root, &parent, &children, &count)) {
+        if (children) XFree(children);
+        if (parent == root || parent == 0) break;
+        w = parent;
+    }
+    XWindowAttributes a{};
+    XGetWindowAttributes(d, w, &a);
+    return {a.x, a.y};
+}
 
 void setFullScreen(View &v, bool on) {
     if (on == v.fullScreen) return;
@@ -805,10 +822,10 @@ void setFullScreen(View &v, bool on) {
     static Pixel normalBackground = 0;
     Widget bars[] = {v.menuBar, v.toolBar, v.statusBar, v.scrollBarH, v.scrollBarV};
     if (on) {
-        Position x = 0, y = 0;
         Dimension width = 0, height = 0;
-        XtVaGetValues(v.shell, XmNx, &x, XmNy, &y, XmNwidth, &width, XmNheight, &height, nullptr);
-        v.savedX = x, v.savedY = y, v.savedWidth = width, v.savedHeight = height;
+        XtVaGetValues(v.shell, XmNwidth, &width, XmNheight, &height, nullptr);
+        const Point frame = framePosition(v);
+        v.savedX = frame.x, v.savedY = frame.y, v.savedWidth = width, v.savedHeight = height;
         for (Widget w : bars)
             if (w) XtUnmanageChild(w);
         XtVaGetValues(v.drawingArea, XmNbackground, &normalBackground, nullptr);
