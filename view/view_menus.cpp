@@ -14,6 +14,7 @@
 #include "app/initial_window.h"
 #include "app/settings.h"
 #include "app/shell_quote.h"
+#include "picture/load_save.h"
 #include "app/x_app.h"
 #include "view/commands.h"
 #include "view/menu_tables.h"
@@ -36,6 +37,7 @@ void commandActivated(Widget w, XtPointer clientData, XtPointer callData) {
 }
 
 void fitActivated(Widget w, XtPointer clientData, XtPointer callData) {
+    if (loadOrSaveInProgress()) return;
     const auto *item = static_cast<const ViewMenuItem *>(clientData);
     auto *cb = static_cast<XmToggleButtonCallbackStruct *>(callData);
     View *v = viewForWidget(w);
@@ -50,6 +52,7 @@ void fitActivated(Widget w, XtPointer clientData, XtPointer callData) {
 }
 
 void convertActivated(Widget w, XtPointer clientData, XtPointer) {
+    if (loadOrSaveInProgress()) return;
     const auto *item = static_cast<const ViewMenuItem *>(clientData);
     View *v = viewForWidget(w);
     if (v == nullptr) return;
@@ -60,6 +63,7 @@ void convertActivated(Widget w, XtPointer clientData, XtPointer) {
 }
 
 void actionActivated(Widget w, XtPointer clientData, XtPointer) {
+    if (loadOrSaveInProgress()) return;
     const auto *item = static_cast<const ViewMenuItem *>(clientData);
     View *v = viewForWidget(w);
     if (v == nullptr) return;
@@ -86,6 +90,7 @@ void actionActivated(Widget w, XtPointer clientData, XtPointer) {
 }
 
 void recentFileActivated(Widget w, XtPointer clientData, XtPointer) {
+    if (loadOrSaveInProgress()) return;
     View *v = viewForWidget(w);
     const int index = int(reinterpret_cast<intptr_t>(clientData));
     if (v == nullptr || index < 0 || index >= kRecentCount || gSettings.fileName[index][0] == '\0') return;

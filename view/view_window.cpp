@@ -68,6 +68,18 @@ Size areaSize(const View &v) {
 
 Size screenSize() { return {DisplayWidth(gX.display, gX.screen), DisplayHeight(gX.display, gX.screen)}; }
 
+Cursor blankCursor() {
+    static Cursor blank = 0;
+    if (blank == 0) {
+        const char bits[1] = {0};
+        Pixmap empty = XCreateBitmapFromData(gX.display, RootWindow(gX.display, gX.screen), bits, 1, 1);
+        XColor black{};
+        blank = XCreatePixmapCursor(gX.display, empty, empty, &black, &black, 0, 0);
+        XFreePixmap(gX.display, empty);
+    }
+    return blank;
+}
+
 void releaseFrames(View &v) {
     for (size_t i = 1; i < v.frames.size(); ++i)
         if (v.frames[i].data != nullptr) zntFree(&v.frames[i]);
@@ -267,9 +279,14 @@ void mouse(Widget, XtPointer clientData, XEvent *event, Boolean *) {
         }
         if (!hasPicture(v)) return;
         if (b.button == Button4 || b.button == Button5) {
+            // The wheel scrolls (with Shift across, with Ctrl it zooms); with
+            // mouse navigation, a picture shown whole moves to the next file.
             const int step = b.button == Button4 ? -48 : 48;
+            const bool whole = v.layout.displayed.width <= v.area.width && v.layout.displayed.height <= v.area.height;
             if (b.state & ControlMask) {
                 setZoom(v, b.button == Button4 ? "+1" : "-1");
+            } else if (gSettings.view.mouseNavigation && whole && !loadOrSaveInProgress()) {
+                navigateFile(v, b.button == Button4 ? "prev" : "next");
             } else if (b.state & ShiftMask) {
                 scrollTo(v, {v.layout.offset.x + step, v.layout.offset.y});
             } else {
@@ -302,7 +319,12 @@ void mouse(Widget, XtPointer clientData, XEvent *event, Boolean *) {
     case ButtonRelease: {
         const XButtonEvent &b = event->xbutton;
         if (v.drag == View::Drag::Select && b.x == v.dragX && b.y == v.dragY) setSelection(v, false);
-        if (v.drag == View::Drag::Move && v.pictureWindow) XUndefineCursor(gX.display, v.pictureWindow);
+        if (v.drag == View::Drag::Move && v.pictureWindow) {
+            if (v.fullScreen && gSettings.view.hideMouse)
+                XDefineCursor(gX.display, v.pictureWindow, blankCursor());
+            else
+                XUndefineCursor(gX.display, v.pictureWindow);
+        }
         v.drag = View::Drag::Idle;
         return;
     }
@@ -312,6 +334,7 @@ void mouse(Widget, XtPointer clientData, XEvent *event, Boolean *) {
 }
 
 void windowClosed(Widget w, XtPointer, XtPointer) {
+    if (loadOrSaveInProgress()) return;
     if (View *v = viewForWidget(w)) runViewCommand(*v, "close");
 }
 
@@ -615,6 +638,10 @@ void pictureChanged(View &v, bool newPicture, bool keepZoom) {
         // A new picture opens centred.
         const Size shown = displayedSize(picture, v.zoom);
         wished = {(shown.width - v.area.width) / 2, (shown.height - v.area.height) / 2};
+    } else if (!v.zoomChanged && !v.fullScreen && (v.fit == 2 || v.fit == 3 || v.fit == 6 || v.fit == 7)) {
+        // A picture whose size an operation changed is fitted again, unless
+        // the user chose a zoom of their own.
+        v.zoom = fitZoom(v.fit, picture, areaSize(v));
     }
     prepareRenderer(v);
     if (v.fit == 1 && !v.fullScreen && hasPicture(v)) fitWindowToPicture(v, false);
@@ -819,7 +846,6 @@ void setFullScreen(View &v, bool on) {
     if (shown) XtPopdown(v.shell);
     v.fullScreen = on;
     hideColorPicker(v);
-    static Pixel normalBackground = 0;
     Widget bars[] = {v.menuBar, v.toolBar, v.statusBar, v.scrollBarH, v.scrollBarV};
     if (on) {
         Dimension width = 0, height = 0;
@@ -828,7 +854,7 @@ void setFullScreen(View &v, bool on) {
         v.savedX = frame.x, v.savedY = frame.y, v.savedWidth = width, v.savedHeight = height;
         for (Widget w : bars)
             if (w) XtUnmanageChild(w);
-        XtVaGetValues(v.drawingArea, XmNbackground, &normalBackground, nullptr);
+        XtVaGetValues(v.drawingArea, XmNbackground, &v.areaBackground, nullptr);
         XtVaSetValues(v.drawingArea, XmNbackground, BlackPixel(d, gX.screen), nullptr);
         const Size screen = screenSize();
         XtVaSetValues(v.shell, XmNmwmDecorations, 0, XmNmwmFunctions, MWM_FUNC_CLOSE, XmNx, 0, XmNy, 0, XmNwidth,
@@ -839,7 +865,7 @@ void setFullScreen(View &v, bool on) {
         if (gSettings.view.statusBar) XtManageChild(v.statusBar);
         XtManageChild(v.scrollBarH);
         XtManageChild(v.scrollBarV);
-        XtVaSetValues(v.drawingArea, XmNbackground, normalBackground, nullptr);
+        XtVaSetValues(v.drawingArea, XmNbackground, v.areaBackground, nullptr);
         XtVaSetValues(v.shell, XmNmwmDecorations, MWM_DECOR_ALL, XmNmwmFunctions, MWM_FUNC_ALL, XmNx,
                       Position(v.savedX), XmNy, Position(v.savedY), XmNwidth, Dimension(v.savedWidth), XmNheight,
                       Dimension(v.savedHeight), nullptr);
@@ -855,6 +881,13 @@ void setFullScreen(View &v, bool on) {
         } else {
             XDeleteProperty(d, XtWindow(v.shell), state);
         }
+    }
+    // In full screen the pointer can be hidden over the picture.
+    if (v.pictureWindow != 0) {
+        if (on && gSettings.view.hideMouse)
+            XDefineCursor(d, v.pictureWindow, blankCursor());
+        else
+            XUndefineCursor(d, v.pictureWindow);
     }
     if (shown) {
         XtPopup(v.shell, XtGrabNone);

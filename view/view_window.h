@@ -87,6 +87,7 @@ struct View {
 
     // Full screen: the window's place before it.
     int savedX = 0, savedY = 0, savedWidth = 0, savedHeight = 0;
+    unsigned long areaBackground = 0;
 
     // Mouse: a selection being dragged, or the picture being moved.
     enum class Drag { Idle, Select, Move } drag = Drag::Idle;
