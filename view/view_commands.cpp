@@ -46,12 +46,15 @@ bool saveAs(View &v) {
     return true;
 }
 
-// Saves under the view's own name in the format it was read in; a picture
-// without one, or read in a format that cannot be written, goes through the
-// save dialog.
+// Saves under the view's own name in the format it was read in. A picture
+// without one, read in a format that cannot be written, or one page or frame
+// of a file that holds several (which a save in place would cut down to that
+// one), goes through the save dialog.
 bool saveInPlace(View &v) {
     if (!hasPixels(v.pictures.current)) return false;
-    if (v.path.empty() || v.formatIndex < 0 || !zntFormatIsWritable(v.formatIndex)) return saveAs(v);
+    if (v.path.empty() || v.formatIndex < 0 || !zntFormatIsWritable(v.formatIndex) || v.pageCount > 1 ||
+        !v.delaysMs.empty())
+        return saveAs(v);
     char name[kPathCapacity] = {};
     std::snprintf(name, sizeof name, "%s", v.path.c_str());
     if (savePictureFile(v.shell, name, v.formatIndex, v.pictures.current, false, true, true) != 0) return false;

@@ -465,3 +465,52 @@ TEST(ViewGui, EscapeClosesAChangedPictureWithoutAsking) {
     EXPECT_EQ(testsupport::readFile(first), before);
     EXPECT_EQ(testsupport::readFile(second), before);
 }
+
+namespace {
+
+// The toolbar: the window below the view whose children are the buttons.
+std::vector<Window> toolbarButtons(Display *d, Window top, size_t count) {
+    Window root, parent, *children = nullptr;
+    unsigned n = 0;
+    std::vector<Window> found;
+    if (!XQueryTree(d, top, &root, &parent, &children, &n)) return found;
+    if (n == count) found.assign(children, children + n);
+    for (unsigned i = 0; i < n && found.empty(); ++i) found = toolbarButtons(d, children[i], count);
+    if (children) XFree(children);
+    // Left to right, as they are shown.
+    std::sort(found.begin(), found.end(),
+              [d](Window a, Window b) { return windowGeometry(d, a).x < windowGeometry(d, b).x; });
+    return found;
+}
+
+}  // namespace
+
+TEST(ViewGui, ToolbarButtonsRunTheirCommandsAndShowTheirTips) {
+    // Buttons 0 (open), 11 (undo), 13 (zoom in) and 14 (zoom out) only.
+    const Settings settings("View.Fit = 0\nStart.ToolbarViewConfig = 26625\n");
+    TempDir files;
+    const std::string path = redBlue(files);
+    XServer server({.width = 800, .height = 600, .windowManager = true});
+    Display *d = server.display();
+    App app(server, settings.args({path}), settings.environment());
+    const Window view = openedView(server, app);
+    ASSERT_NE(view, 0u);
+    const std::vector<Window> buttons = toolbarButtons(d, view, 4);
+    ASSERT_EQ(buttons.size(), 4u);
+    const Geometry zoomIn = windowGeometry(d, buttons[2]);
+    click(d, zoomIn.x + zoomIn.width / 2, zoomIn.y + zoomIn.height / 2);
+    EXPECT_TRUE(waitForStatus(app, "|200%")) << lastStatus(app);
+
+    // Resting on a button shows its tip, on light yellow, beside it.
+    const Geometry open = windowGeometry(d, buttons[0]);
+    auto tipShown = [&] {
+        const Screenshot shot = capture(d, DefaultRootWindow(d), open.x, open.y, 200, 80);
+        return std::count(shot.pixels.begin(), shot.pixels.end(), 0xffffe0u) > 100;
+    };
+    EXPECT_FALSE(tipShown());
+    movePointer(d, open.x + 5, open.y + 5);
+    movePointer(d, open.x + 8, open.y + 8);
+    EXPECT_TRUE(waitUntil(tipShown, 3000)) << "a tip";
+    movePointer(d, open.x + 300, open.y + 200);
+    EXPECT_TRUE(waitUntil([&] { return !tipShown(); }, 3000)) << "gone again";
+}
