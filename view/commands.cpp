@@ -73,6 +73,24 @@ std::string_view viewCommandName(ViewCommand command) {
     return {};
 }
 
+bool viewCommandAvailable(ViewCommand command) {
+    switch (command) {
+    case ViewCommand::viewHexa:
+    case ViewCommand::browseFiles:
+    case ViewCommand::slideShow:
+    case ViewCommand::sequenceConvert:
+    case ViewCommand::multiConvert:
+    case ViewCommand::describe:
+    case ViewCommand::properties:
+    case ViewCommand::copyTo:
+    case ViewCommand::moveTo:
+    case ViewCommand::rename:
+    case ViewCommand::remove:
+    case ViewCommand::unknown: return false;
+    default: return true;
+    }
+}
+
 const char *const kViewTranslations =
     "<Key>osfRight: ViewKeyScroll(0)\n"
     "<Key>osfLeft: ViewKeyScroll(1)\n"

@@ -25,6 +25,12 @@ ViewCommand viewCommandByName(std::string_view name);
 // The name a command is called by.
 std::string_view viewCommandName(ViewCommand command);
 
+// Whether this build can perform the command. Commands of tools not built
+// yet (the browser, slide show, conversions, hex dump, descriptions,
+// properties and file operations) do nothing, and their menu items and
+// toolbar buttons are not shown.
+bool viewCommandAvailable(ViewCommand command);
+
 // The translation table of a view's picture area, in Xt syntax.
 extern const char *const kViewTranslations;
 

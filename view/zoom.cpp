@@ -1,5 +1,6 @@
 #include "view/zoom.h"
 
+#include <algorithm>
 #include <charconv>
 
 namespace quivel {
@@ -57,13 +58,18 @@ Offset scrollAfterZoom(std::string_view argument, int oldZoom, int newZoom, Offs
 }
 
 int fitZoom(int fitMode, Size picture, Size area) {
+    if (picture.width < 1 || picture.height < 1) return 100;
+    const long long byWidth = (long long)std::max(area.width, 1) * 100 / picture.width;
+    const long long byHeight = (long long)std::max(area.height, 1) * 100 / picture.height;
+    long long zoom = 100;
     switch (fitMode) {
-    case 2: return largestFittingStep(picture, area, true, true);
-    case 3: return fits(100, picture, area) ? 100 : largestFittingStep(picture, area, true, true);
-    case 6: return largestFittingStep(picture, area, true, false);
-    case 7: return largestFittingStep(picture, area, false, true);
+    case 2: zoom = std::min(byWidth, byHeight); break;
+    case 3: zoom = std::min({byWidth, byHeight, 100LL}); break;
+    case 6: zoom = byWidth; break;
+    case 7: zoom = byHeight; break;
     default: return 100;
     }
+    return int(std::clamp<long long>(zoom, 1, kZoomSteps.front()));
 }
 
 }  // namespace quivel

@@ -16,10 +16,12 @@ inline constexpr std::array<int, 18> kZoomSteps = {1600, 1200, 800, 700, 600, 50
 
 struct Size {
     int width = 0, height = 0;
+    bool operator==(const Size &) const = default;
 };
 
 struct Offset {
     int x = 0, y = 0;
+    bool operator==(const Offset &) const = default;
 };
 
 // The zoom an argument asks for, from the current zoom:
@@ -38,7 +40,8 @@ Offset scrollAfterZoom(std::string_view argument, int oldZoom, int newZoom, Offs
 
 // The zoom for the fit modes that zoom the picture into the window: 2 all
 // pictures, 3 only larger ones (smaller ones stay at 100 %), 6 by width,
-// 7 by height. The largest step at which the picture fits; other modes 100.
+// 7 by height. The largest whole percentage at which the picture fits, so
+// that it fills the window, between 1 and the largest step; other modes 100.
 int fitZoom(int fitMode, Size picture, Size area);
 
 }  // namespace quivel

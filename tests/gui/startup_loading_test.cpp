@@ -1,6 +1,6 @@
-// Start-up with files on the command line: each loads, a file that cannot be
-// read is reported on standard error with its message, and the program
-// still shows a window. And window dumps of the X server's dump tool at every
+// Start-up with files on the command line: they open in a view, a file that
+// cannot be read is reported in a message box, and the program still shows
+// a window. And window dumps of the X server's dump tool at every
 // depth read back as the screen showed them (screen capture relies on it).
 #include <gtest/gtest.h>
 
@@ -15,17 +15,25 @@ using namespace guitest;
 using testsupport::dataPath;
 using testsupport::TempDir;
 
-TEST(StartupLoading, MissingAndBrokenFilesAreReported) {
+TEST(StartupLoading, FilesThatCannotBeReadAreReportedInTheView) {
     XServer server;
     TempDir dir;
     const std::string good = dataPath("conformance/pngsuite/png/basn2c08.png");
     const std::string missing = dir.file("missing.jpg");
     const std::string broken = dataPath("conformance/bmpsuite/b/badrle.bmp");
-    App app(server, {good, missing, broken});
-    EXPECT_TRUE(app.waitForErrors("Can't open file \n<" + missing + ">\n")) << app.errors();
-    EXPECT_TRUE(app.waitForErrors("Corrupt image\n")) << app.errors();
-    EXPECT_NE(waitForWindow(server.display(), "TolvaInit"), 0u) << "a window stays open";
-    EXPECT_EQ(app.errors().find(good), std::string::npos) << "a file that loads is not reported";
+    // The view opens on the first file even when it cannot be read, and its
+    // failure is shown once the window is up; the others as they come.
+    App app(server, {"-v", missing, good, broken});
+    EXPECT_TRUE(app.waitForErrors("message: Can't open file  <" + missing + ">\n")) << app.errors();
+    const Window view = waitForWindow(server.display(), "TolvaView");
+    ASSERT_NE(view, 0u) << "a window stays open";
+    focusWindow(server.display(), view);
+    pressKey(server.display(), "Next");
+    EXPECT_TRUE(app.waitForErrors("status: basn2c08.png|2 of 3|32x32x24|")) << app.errors();
+    pressKey(server.display(), "Next");
+    EXPECT_TRUE(app.waitForErrors("message: Corrupt image\n")) << app.errors();
+    EXPECT_EQ(app.errors().find("message: Can't open file  <" + good), std::string::npos)
+        << "a file that loads is not reported";
 }
 
 namespace {

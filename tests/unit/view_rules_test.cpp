@@ -11,6 +11,7 @@
 #include "view/commands.h"
 #include "view/file_navigation.h"
 #include "view/status_text.h"
+#include "view/view_geometry.h"
 #include "view/zoom.h"
 
 using namespace quivel;
@@ -37,13 +38,22 @@ TEST(Zoom, PlusAloneFitsTheWholePicture) {
     EXPECT_EQ(zoomForArgument("+", 100, {100000, 10}, {800, 600}), 7) << "nothing fits: the smallest step";
 }
 
-TEST(Zoom, FitModes) {
+TEST(Zoom, FitModesFillTheWindow) {
     EXPECT_EQ(fitZoom(2, {100, 50}, {800, 600}), 800) << "all pictures fill the window";
+    EXPECT_EQ(fitZoom(2, {10, 10}, {800, 600}), 1600) << "up to the largest step";
     EXPECT_EQ(fitZoom(3, {100, 50}, {800, 600}), 100) << "small pictures stay at 100 %";
-    EXPECT_EQ(fitZoom(3, {3000, 2000}, {800, 600}), 25);
+    EXPECT_EQ(fitZoom(3, {3000, 2000}, {800, 600}), 26) << "the largest whole percentage that fits";
     EXPECT_EQ(fitZoom(6, {1600, 100000}, {800, 600}), 50) << "by width only";
     EXPECT_EQ(fitZoom(7, {100000, 1200}, {800, 600}), 50) << "by height only";
+    EXPECT_EQ(fitZoom(2, {100000, 100000}, {800, 600}), 1) << "never below 1 %";
     EXPECT_EQ(fitZoom(0, {3000, 2000}, {800, 600}), 100);
+    // Whatever the fit, the displayed picture stays within the area.
+    for (int mode : {2, 3}) {
+        const Size picture{6000, 4000}, area{1213, 777};
+        const Size shown = displayedSize(picture, fitZoom(mode, picture, area));
+        EXPECT_LE(shown.width, area.width);
+        EXPECT_LE(shown.height, area.height);
+    }
 }
 
 TEST(Zoom, ScrollKeepsTheCentreOrPlacesTheAnchor) {
@@ -187,4 +197,62 @@ TEST(ViewCommands, MenuSensitivity) {
     EXPECT_EQ(lookup(pictureMenuSensitivity(false, ZNT_PALETTE), "MenuSwap"), 1);
     EXPECT_EQ(lookup(pictureMenuSensitivity(false, ZNT_BINARY), "resize"), 1);
     EXPECT_EQ(lookup(pictureMenuSensitivity(false, ZNT_BINARY), "canvas"), 1);
+}
+
+TEST(ViewGeometry, SmallPicturesCentreAndLargeOnesScrollWithinBounds) {
+    PictureLayout l = layoutPicture({100, 50}, 100, {400, 300}, {70, 70});
+    EXPECT_EQ(l.window, (WindowRect{150, 125, 100, 50}));
+    EXPECT_EQ(l.offset, (Offset{0, 0})) << "nothing to scroll";
+    l = layoutPicture({1000, 800}, 50, {400, 300}, {-20, 9999});
+    EXPECT_EQ(l.displayed, (Size{500, 400}));
+    EXPECT_EQ(l.offset, (Offset{0, 100})) << "clamped to the picture";
+    EXPECT_EQ(l.window, (WindowRect{0, 0, 400, 300}));
+    // One axis scrolls, the other is centred.
+    l = layoutPicture({1000, 100}, 100, {400, 300}, {300, 50});
+    EXPECT_EQ(l.window, (WindowRect{0, 100, 400, 100}));
+    EXPECT_EQ(l.offset, (Offset{300, 0}));
+}
+
+TEST(ViewGeometry, KeyScrollAndWindowFit) {
+    // 0 right, 1 left, 2 up, 3 down; clamped to [minimum, maximum - slider].
+    EXPECT_EQ(keyScrollValue(0, 100, 0, 1000, 300, 150), 250);
+    EXPECT_EQ(keyScrollValue(0, 650, 0, 1000, 300, 150), 700);
+    EXPECT_EQ(keyScrollValue(1, 100, 0, 1000, 300, 150), 0);
+    EXPECT_EQ(keyScrollValue(2, 100, 0, 1000, 300, 150), 0);
+    EXPECT_EQ(keyScrollValue(3, 100, 0, 1000, 300, 150), 250);
+    EXPECT_EQ(keyScrollValue(3, 0, 0, 300, 300, 150), 0) << "nothing to scroll";
+
+    // The shell changes by what the area lacks, within the screen.
+    EXPECT_EQ(fittedShellSize({500, 400}, {460, 300}, {320, 240}, {1280, 1024}), (Size{360, 340}));
+    EXPECT_EQ(fittedShellSize({500, 400}, {460, 300}, {6000, 4000}, {1280, 1024}), (Size{1280, 1024}));
+    EXPECT_EQ(fittedShellSize({500, 400}, {460, 300}, {16, 16}, {1280, 1024}, {340, 132}), (Size{340, 132}))
+        << "a tiny picture keeps the controls' minimum";
+}
+
+TEST(ViewGeometry, PointsAndDraggedRectanglesMapToPicturePixels) {
+    // At 300 % each picture pixel is three displayed pixels; scrolled by 30.
+    const Size picture{100, 80};
+    const PictureLayout zoomed = layoutPicture(picture, 300, {200, 150}, {30, 30});
+    PicturePoint p = pictureAt(zoomed, picture, 0, 0);
+    EXPECT_TRUE(p.inside);
+    EXPECT_EQ(p.x, 10);
+    EXPECT_EQ(p.y, 10);
+    p = pictureAt(zoomed, picture, 5, 2);
+    EXPECT_EQ(p.x, 11);
+    EXPECT_EQ(p.y, 10);
+    // Dragging backwards covers the same pixels, both corners included.
+    const PictureRectangle r = dragRectangle(zoomed, picture, 20, 14, 2, 2);
+    EXPECT_EQ(r, (PictureRectangle{10, 10, 7, 5}));
+    EXPECT_EQ(r, dragRectangle(zoomed, picture, 2, 2, 20, 14));
+    // The outline drawn for it starts at the first displayed pixel of its
+    // first picture pixel and spans exactly its pixels.
+    EXPECT_EQ(areaRectangle(zoomed, picture, r), (WindowRect{0, 0, 21, 15}));
+
+    // A centred picture at 50 %: points beside it are outside, and a drag
+    // that starts beside it is clipped to the picture.
+    const PictureLayout small = layoutPicture(picture, 50, {200, 150}, {});
+    EXPECT_FALSE(pictureAt(small, picture, 10, 10).inside);
+    EXPECT_TRUE(pictureAt(small, picture, 75, 55).inside);
+    EXPECT_EQ(dragRectangle(small, picture, 0, 0, 99, 74), (PictureRectangle{0, 0, 50, 40}));
+    EXPECT_EQ(dragRectangle(small, picture, 0, 0, 10, 10).width, 0) << "beside the picture only";
 }
