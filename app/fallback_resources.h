@@ -3,7 +3,7 @@
 
 namespace quivel {
 
-// 132 "specification: value" lines in the order they are installed, followed
+// 132 "resource: value" lines in the order they are installed, followed
 // by a null pointer (the form XtVaAppInitialize takes).
 extern const char *const kFallbackResources[];
 inline constexpr int kFallbackResourceCount = 132;

@@ -264,16 +264,16 @@ const KeySpec kKeys[] = {
 
 std::vector<SettingKey> expandKeys() {
     std::vector<SettingKey> keys;
-    for (const KeySpec &spec : kKeys) {
-        const std::string base = *spec.section ? std::string(spec.section) + "." + spec.key : spec.key;
-        const Field &f = spec.field;
+    for (const KeySpec &declared : kKeys) {
+        const std::string base = *declared.section ? std::string(declared.section) + "." + declared.key : declared.key;
+        const Field &f = declared.field;
         const size_t capacity = f.storage == Storage::Text   ? f.elementSize
                                 : f.storage == Storage::Real ? kRealTextCapacity
                                                              : 0;
         for (int i = 0; i < f.count; ++i)
             keys.push_back({f.count > 1 ? base + std::to_string(i) : base, f.storage,
-                            f.offset + size_t(i) * f.elementSize, capacity, spec.defaultNumber, spec.defaultText,
-                            spec.flags});
+                            f.offset + size_t(i) * f.elementSize, capacity, declared.defaultNumber, declared.defaultText,
+                            declared.flags});
     }
     return keys;
 }
