@@ -149,6 +149,15 @@ extern const Format kBmpFormat;
 extern const Format kPpmFormat;
 extern const Format kPamFormat;
 extern const Format kXwdFormat;
+extern const Format kTgaFormat;
+extern const Format kPcxFormat;
+extern const Format kDcxFormat;
+extern const Format kSgiFormat;
+extern const Format kSunFormat;
+extern const Format kIffFormat;
+extern const Format kXbmFormat;
+extern const Format kXpmFormat;
+extern const Format kSoftFormat;
 
 // The table, in index order.
 std::span<const Format *const> formats();

@@ -17,6 +17,8 @@ namespace {
 // (each format says how strong its signature is).
 const Format *const kFormats[] = {
     &kJpegFormat, &kPngFormat, &kGifFormat, &kTiffFormat, &kBmpFormat, &kPpmFormat, &kPamFormat, &kXwdFormat,
+    &kTgaFormat, &kPcxFormat, &kDcxFormat, &kSgiFormat, &kSunFormat, &kIffFormat, &kXbmFormat, &kXpmFormat,
+    &kSoftFormat,
 };
 
 std::string lower(std::string_view text) {

@@ -47,16 +47,19 @@ struct Sample {
     ~Sample() { zntFree(&picture); }
 };
 
-bool formatKeepsAlpha(const char *format) {
-    return std::strcmp(format, "png") == 0 || std::strcmp(format, "tiff") == 0 || std::strcmp(format, "pam") == 0;
+bool oneOf(const char *format, std::initializer_list<const char *> names) {
+    for (const char *name : names)
+        if (std::strcmp(format, name) == 0) return true;
+    return false;
 }
+
+bool formatKeepsAlpha(const char *format) { return oneOf(format, {"png", "tiff", "pam", "tga", "sgi", "soft"}); }
 
 // The picture as the format stores it: without a mask where the format has none.
 Rgba expected(const Picture &p, const char *format) {
     Rgba want = toRgba(p);
     const bool dropsMask = (p.type & ZNT_FOURBYTE_MASK) && !formatKeepsAlpha(format);
-    const bool dropsTransparency = p.type == ZNT_PALETTE && std::strcmp(format, "png") != 0 &&
-                                   std::strcmp(format, "gif") != 0;
+    const bool dropsTransparency = p.type == ZNT_PALETTE && !oneOf(format, {"png", "gif", "iff", "xpm"});
     if (dropsMask || dropsTransparency)
         for (size_t i = 3; i < want.pixels.size(); i += 4) want.pixels[i] = 255;
     return want;
