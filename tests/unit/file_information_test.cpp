@@ -80,13 +80,19 @@ TEST(FormatTable, NamesSuffixesAndLookUps) {
 TEST(Sniffing, TheSignatureDecidesNotTheName) {
     Gradient g(20, 10);
     TempDir dir;
-    for (const char *format : {"jpeg", "png", "gif", "tiff", "bmp", "ppm", "pam", "xwd"}) {
+    for (const char *format : {"jpeg", "png", "gif", "tiff", "bmp", "ppm", "pam", "xwd", "tga", "pcx", "dcx", "sgi",
+                               "sun", "iff", "xbm", "xpm", "soft"}) {
         SCOPED_TRACE(format);
-        Picture grey{};
+        // True colour where the format holds it, else grey, else black and white.
+        Picture grey{}, binary{};
         ASSERT_TRUE(zntAllock(&grey, ZNT_GREY, 8, 20, 10));
+        ASSERT_TRUE(zntAllock(&binary, ZNT_BINARY, 1, 20, 10));
+        const int f = zntFormatGetIndex(format);
+        Picture &picture = zntFormatAcceptsPicture(f, &g.picture) ? g.picture : zntFormatAcceptsPicture(f, &grey) ? grey : binary;
         const std::string path = dir.file("misnamed.txt");
-        ASSERT_EQ(save(path, std::strcmp(format, "gif") == 0 ? grey : g.picture, format), 0);
+        ASSERT_EQ(save(path, picture, format), 0);
         zntFree(&grey);
+        zntFree(&binary);
         FileInformation info{};
         ASSERT_EQ(zntFileInformation(path.c_str(), -1, 0, &info), 0);
         EXPECT_STREQ(zntFormatGetName(info.formatIndex), format);
@@ -135,7 +141,8 @@ TEST(StatusMessages, OneTextPerStatus) {
 TEST(Loading, ProgressReportsRowsAndStops) {
     Gradient g(64, 48);
     TempDir dir;
-    for (const char *format : {"jpeg", "png", "tiff", "bmp", "ppm", "xwd"}) {
+    for (const char *format : {"jpeg", "png", "tiff", "bmp", "ppm", "xwd", "tga", "pcx", "dcx", "sgi", "sun", "iff", "xpm",
+                               "soft"}) {
         SCOPED_TRACE(format);
         const std::string path = dir.file(std::string("p.") + format);
         ASSERT_EQ(save(path, g.picture, format), 0);

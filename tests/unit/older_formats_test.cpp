@@ -266,3 +266,196 @@ TEST(OtherReaders, OurAlphaAndPagesLoadInImageMagick) {
         EXPECT_EQ(loadsAs(dir.file("page.ppm"), *pages[page]), "");
     }
 }
+
+namespace {
+
+// Bytes written in order: text, 8-bit values, and big or little-endian words.
+struct Bytes {
+    std::vector<uint8_t> b;
+    Bytes &text(const std::string &s) { return b.insert(b.end(), s.begin(), s.end()), *this; }
+    Bytes &u8(std::initializer_list<int> values) {
+        for (int v : values) b.push_back(uint8_t(v));
+        return *this;
+    }
+    Bytes &be16(unsigned v) { return u8({int(v >> 8) & 255, int(v) & 255}); }
+    Bytes &be32(uint32_t v) { return be16(v >> 16).be16(v & 0xffff); }
+    Bytes &le16(unsigned v) { return u8({int(v) & 255, int(v >> 8) & 255}); }
+    Bytes &zeros(size_t n) { return b.resize(b.size() + n), *this; }
+};
+
+// Loads a file made of `bytes` and compares its pixels, as 0xRRGGBBAA row
+// by row, with `want`; "" when they are the same.
+std::string pixelsOf(const std::vector<uint8_t> &bytes, uint32_t width, const std::vector<uint32_t> &want,
+                     const char *name = "made") {
+    TempDir dir;
+    testsupport::writeBytes(dir.file(name), bytes);
+    Loaded got;
+    load(got, dir.file(name));
+    if (got.status != 0) return "load failed with status " + std::to_string(got.status) + " " + got.message;
+    const Rgba rgba = toRgba(got.picture);
+    if (rgba.width != width || rgba.pixels.size() != want.size() * 4) return "the size differs";
+    std::string differences;
+    for (size_t i = 0; i < want.size(); ++i) {
+        const uint8_t *p = &rgba.pixels[4 * i];
+        const uint32_t have = uint32_t(p[0]) << 24 | uint32_t(p[1]) << 16 | uint32_t(p[2]) << 8 | p[3];
+        const bool clear = (want[i] & 255) == 0 && p[3] == 0;
+        if (have != want[i] && !clear) {
+            char text[64];
+            std::snprintf(text, sizeof text, "pixel %zu is %08x, not %08x; ", i, have, want[i]);
+            differences += text;
+        }
+    }
+    return differences;
+}
+
+std::vector<uint8_t> softimageHeader(unsigned width, unsigned height) {
+    Bytes h;
+    h.be32(0x5380f634).be32(0x406d70a4).zeros(80).text("PICT").be16(width).be16(height).be32(0x3f800000).be16(3).be16(0);
+    return h.b;
+}
+
+}  // namespace
+
+TEST(OlderFormats, LayoutsNoInstalledWriterMakes) {
+    struct Case {
+        const char *what;
+        std::vector<uint8_t> bytes;
+        uint32_t width;
+        std::vector<uint32_t> want;
+    };
+    std::vector<Case> cases;
+    {   // TGA: 16 bits with one alpha bit, rows right to left, top first, a run carried into the next row.
+        Bytes b;
+        b.u8({0, 0, 10}).zeros(9).le16(3).le16(2).u8({16, 0x20 | 0x10 | 1});
+        b.u8({0x83}).le16(0xfc00).u8({0x01}).le16(0x03e0).le16(0x801f);
+        cases.push_back({"tga", b.b, 3, {0xff0000ff, 0xff0000ff, 0xff0000ff, 0x0000ffff, 0x00ff0000, 0xff0000ff}});
+    }
+    {   // PCX: four colours of two bits from the header's palette.
+        Bytes b;
+        b.u8({10, 5, 1, 2}).le16(0).le16(0).le16(3).le16(0).le16(72).le16(72);
+        b.u8({10, 20, 30, 40, 50, 60, 70, 80, 90, 100, 110, 120}).zeros(36).u8({0, 1}).le16(2).le16(1).zeros(58);
+        b.u8({0x1b, 0x00});
+        cases.push_back({"pcx", b.b, 4, {0x0a141eff, 0x28323cff, 0x46505aff, 0x646e78ff}});
+    }
+    {   // PCX: a file that predates palettes takes the sixteen display colours.
+        Bytes b;
+        b.u8({10, 3, 0, 1}).le16(0).le16(0).le16(0).le16(0).le16(72).le16(72).zeros(48).u8({0, 4}).le16(2).le16(1).zeros(58);
+        b.u8({0x80, 0, 0, 0, 0, 0, 0x80, 0});
+        cases.push_back({"pcx", b.b, 1, {0x5555ffff}});
+    }
+    {   // Sun raster: 32 bits in the RGB type, the first byte padding.
+        Bytes b;
+        b.be32(0x59a66a95).be32(2).be32(1).be32(32).be32(8).be32(3).be32(0).be32(0);
+        b.u8({0, 10, 20, 30, 99, 40, 50, 60});
+        cases.push_back({"sun", b.b, 2, {0x0a141eff, 0x28323cff}});
+    }
+    {   // SGI: grey with alpha in 16-bit samples, verbatim.
+        Bytes b;
+        b.be16(474).u8({0, 2}).be16(3).be16(2).be16(1).be16(2).be32(0).be32(65535).zeros(512 - 20);
+        b.be16(0x1234).be16(0xff00).be16(0x8000).be16(0xffff);
+        cases.push_back({"sgi", b.b, 2, {0x12121280, 0xffffffff}});
+    }
+    {   // IFF: extra half-brite, 64 colours from a map of 32.
+        Bytes b;
+        b.text("FORM").be32(4 + 28 + 8 + 96 + 12 + 20).text("ILBM");
+        b.text("BMHD").be32(20).be16(1).be16(1).be32(0).u8({6, 0, 0, 0}).be16(0).u8({1, 1}).be16(1).be16(1);
+        b.text("CMAP").be32(96).zeros(3).u8({200, 100, 50}).zeros(90);
+        b.text("CAMG").be32(4).be32(0x80);
+        b.text("BODY").be32(12).u8({0x80, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0x80, 0});
+        cases.push_back({"iff", b.b, 1, {0x643219ff}});
+    }
+    {   // IFF: the chunky variant, packed.
+        Bytes b;
+        b.text("FORM").be32(4 + 28 + 18 + 14).text("PBM ");
+        b.text("BMHD").be32(20).be16(3).be16(1).be32(0).u8({8, 0, 1, 0}).be16(0).u8({1, 1}).be16(3).be16(1);
+        b.text("CMAP").be32(9).u8({255, 0, 0, 0, 255, 0, 0, 0, 255, 0});
+        b.text("BODY").be32(5).u8({3, 2, 1, 0, 0, 0});
+        cases.push_back({"iff", b.b, 3, {0x0000ffff, 0x00ff00ff, 0xff0000ff}});
+    }
+    {   // IFF: a mask plane after the colour planes is skipped.
+        Bytes b;
+        b.text("FORM").be32(4 + 28 + 14 + 12).text("ILBM");
+        b.text("BMHD").be32(20).be16(2).be16(1).be32(0).u8({1, 1, 0, 0}).be16(0).u8({1, 1}).be16(2).be16(1);
+        b.text("CMAP").be32(6).u8({255, 0, 0, 0, 0, 255});
+        b.text("BODY").be32(4).u8({0x80, 0, 0xc0, 0});
+        cases.push_back({"iff", b.b, 2, {0x0000ffff, 0xff0000ff}});
+    }
+    {   // Softimage: pure runs of colour, then mixed runs of alpha (a 16-bit count, then raw values).
+        Bytes b;
+        b.b = softimageHeader(2, 2);
+        b.u8({1, 8, 1, 0xe0, 0, 8, 2, 0x10});
+        b.u8({2, 1, 2, 3}).u8({128, 0, 2, 200});
+        b.u8({1, 4, 5, 6, 1, 7, 8, 9}).u8({1, 10, 20});
+        cases.push_back({"soft", b.b, 2, {0x010203c8, 0x010203c8, 0x0405060a, 0x07080914}});
+    }
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.what);
+        EXPECT_EQ(pixelsOf(c.bytes, c.width, c.want, (std::string("made.") + c.what).c_str()), "");
+    }
+}
+
+TEST(OlderFormats, PixmapColoursCodesAndKeys) {
+    const std::string named = "/* XPM */\n"
+                              "static char * test_xpm[] = {\n"
+                              "/* width height colours characters */\n"
+                              "\"4 2 5 2 0 0\",\n"
+                              "\"aa c red\",\n"
+                              "\"bb m white c #00F\",\n"
+                              "\"cc g4 black s background c None\",\n"
+                              "\"dd c gray50\",\n"
+                              "\"ee c #FFFF80800000\",\n"
+                              "/* pixels */\n"
+                              "\"aabbccdd\",\n"
+                              "\"eeddccaa\"};\n";
+    EXPECT_EQ(pixelsOf(std::vector<uint8_t>(named.begin(), named.end()), 4,
+                       {0xff0000ff, 0x0000ffff, 0, 0x808080ff, 0xff8000ff, 0x808080ff, 0, 0xff0000ff}),
+              "");
+    // Three characters a pixel, and two transparent colours that share one index.
+    const std::string three = "/* XPM */\nstatic char *x[] = {\"2 2 3 3\", \"a.b c None\", \"ccc c #010203\", "
+                              "\"zzz c none\", \"a.bzzz\", \"cccccc\"};\n";
+    EXPECT_EQ(pixelsOf(std::vector<uint8_t>(three.begin(), three.end()), 2, {0, 0, 0x010203ff, 0x010203ff}), "");
+    TempDir dir;
+    testsupport::writeFile(dir.file("three.xpm"), three);
+    Loaded l;
+    load(l, dir.file("three.xpm"));
+    EXPECT_EQ(l.picture.type, ZNT_PALETTE);
+    EXPECT_EQ(l.picture.transparentIndex, 0);
+
+    // More than 256 colours load as true colour, with alpha when one is "None".
+    for (bool none : {false, true}) {
+        std::string text = "/* XPM */\nstatic char *many[] = {\n\"300 1 300 2\",\n";
+        std::string row;
+        std::vector<uint32_t> want;
+        for (int i = 0; i < 300; ++i) {
+            const std::string code = {char('A' + i / 26), char('a' + i % 26)};
+            char entry[64];
+            if (none && i == 7)
+                std::snprintf(entry, sizeof entry, "\"%s c None\",\n", code.c_str());
+            else
+                std::snprintf(entry, sizeof entry, "\"%s c #%02X%02X00\",\n", code.c_str(), i & 255, i >> 8);
+            text += entry;
+            row += code;
+            want.push_back(none && i == 7 ? 0 : uint32_t(i & 255) << 24 | uint32_t(i >> 8) << 16 | 0xff);
+        }
+        text += "\"" + row + "\"};\n";
+        testsupport::writeFile(dir.file("many.xpm"), text);
+        Loaded many;
+        load(many, dir.file("many.xpm"));
+        EXPECT_EQ(many.picture.type, none ? ZNT_RGBA : ZNT_RGB);
+        EXPECT_EQ(pixelsOf(std::vector<uint8_t>(text.begin(), text.end()), 300, want, "many.xpm"), "");
+    }
+}
+
+TEST(OlderFormats, BitmapTextVariants) {
+    const std::string x11 = "/* made by hand */\n#define odd_width 10\n#define odd_height 2\n#define odd_x_hot 1\n"
+                            "#define odd_y_hot 1\nstatic char odd_bits[] = {\n   0x01, /* a comment */ 0x02,\n"
+                            "   255, 0x00 };\n";
+    const uint32_t k = 0x000000ff, w = 0xffffffff;
+    EXPECT_EQ(pixelsOf(std::vector<uint8_t>(x11.begin(), x11.end()), 10,
+                       {k, w, w, w, w, w, w, w, w, k, k, k, k, k, k, k, k, k, w, w}),
+              "");
+    const std::string x10 = "#define w_width 17\n#define w_height 1\nstatic short w_bits[] = { 0x0001, 0x0001 };\n";
+    std::vector<uint32_t> want(17, w);
+    want[0] = want[16] = k;
+    EXPECT_EQ(pixelsOf(std::vector<uint8_t>(x10.begin(), x10.end()), 17, want), "");
+}

@@ -6,6 +6,8 @@
 #include <cstring>
 #include <functional>
 
+#include <unistd.h>
+
 #include "picture/simple_conversion.h"
 #include "picture_pixels.h"
 #include "test_files.h"
@@ -104,14 +106,14 @@ TEST(RoundTrip, EveryKindInEveryWritableFormat) {
 TEST(RoundTrip, KindsComeBackAsTheyWent) {
     Sample binary("binary", ZNT_BINARY), grey16("grey16", ZNT_GREY, 16), transparent("t", ZNT_PALETTE, 64, 5);
     testsupport::TempDir dir;
-    for (const char *format : {"png", "tiff", "bmp", "ppm", "pam", "xwd"}) {
+    for (const char *format : {"png", "tiff", "bmp", "ppm", "pam", "xwd", "tga", "pcx", "dcx", "sun", "iff", "xbm", "xpm"}) {
         SCOPED_TRACE(format);
         Loaded back;
         ASSERT_EQ(save(dir.file("b"), binary.picture, format), 0);
         load(back, dir.file("b"));
         EXPECT_EQ(back.picture.type, ZNT_BINARY);
     }
-    for (const char *format : {"png", "ppm", "pam", "bmp", "xwd"}) {
+    for (const char *format : {"png", "ppm", "pam", "bmp", "xwd", "pcx", "dcx", "sun", "iff", "xpm"}) {
         SCOPED_TRACE(format);
         Loaded back;
         ASSERT_EQ(save(dir.file("g"), grey16.picture, format), 0);
@@ -119,7 +121,7 @@ TEST(RoundTrip, KindsComeBackAsTheyWent) {
         EXPECT_EQ(back.picture.type, ZNT_GREY);
         EXPECT_EQ(back.picture.numberOfColors, 16) << "grey levels are kept";
     }
-    for (const char *format : {"png", "gif"}) {
+    for (const char *format : {"png", "gif", "iff", "xpm"}) {
         SCOPED_TRACE(format);
         Loaded back;
         ASSERT_EQ(save(dir.file("t"), transparent.picture, format), 0);
@@ -151,6 +153,16 @@ TEST(RoundTrip, SaveOptions) {
         {"ppm", &grey, [](FormatParams &p) { p.ppmAscii = 1; }},
         {"ppm", &binary, [](FormatParams &p) { p.ppmAscii = 1; }},
     };
+    // Run-length encoding, on and off, for each kind the format writes its own way.
+    Sample rgba("rgba", ZNT_RGBA);
+    const std::vector<std::pair<const char *, std::vector<Sample *>>> encoded = {
+        {"tga", {&binary, &grey, &palette, &rgb, &rgba}}, {"pcx", {&binary, &palette12, &palette, &grey, &rgb}},
+        {"dcx", {&palette12, &rgb}},                      {"sgi", {&grey, &rgb, &rgba}},
+        {"iff", {&binary, &palette12, &palette, &rgb}},   {"soft", {&rgb, &rgba}},
+    };
+    for (const auto &[format, samples] : encoded)
+        for (Sample *sample : samples)
+            for (uint8_t rle : {0, 1}) cases.push_back({format, sample, [rle](FormatParams &p) { p.rleCompress = rle; }});
     for (unsigned code = 0; code <= 7; ++code) {
         cases.push_back({"tiff", &binary, [code](FormatParams &p) { p.compression = uint16_t(code); }});
         cases.push_back({"tiff", &rgb, [code](FormatParams &p) { p.compression = uint16_t(code); }});
@@ -241,6 +253,87 @@ TEST(RoundTrip, MultiPageTiff) {
     load(beyond, path, 4);
     EXPECT_EQ(beyond.status, ZNT_BAD_FILE);
     zntFree(&small);
+}
+
+TEST(RoundTrip, MultiPageDcx) {
+    Sample binary("binary", ZNT_BINARY), palette12("palette12", ZNT_PALETTE, 12), rgba("rgba", ZNT_RGBA),
+        grey("grey", ZNT_GREY);
+    testsupport::TempDir dir;
+    const std::string path = dir.file("pages.dcx");
+    FormatParams params;
+    zntDefaultParams(&params);
+    params.rleCompress = 1;
+    EXPECT_TRUE(zntFormatIsSupported("dcx"));
+    ZntFile *file = zntFileCreate(path.c_str(), zntFormatGetIndex("dcx"), &params);
+    ASSERT_NE(file, nullptr);
+    const Picture *pages[] = {&binary.picture, &palette12.picture, &rgba.picture, &grey.picture};
+    for (const Picture *p : pages) EXPECT_EQ(zntFileAddPicture(file, p), 0);
+    EXPECT_EQ(zntFileClose(file), 0);
+
+    FileInformation info{};
+    ASSERT_EQ(zntFileInformation(path.c_str(), -1, 0, &info), 0);
+    EXPECT_STREQ(zntFormatGetName(info.formatIndex), "dcx");
+    ASSERT_EQ(info.imageCount, 4);
+    EXPECT_EQ(info.images[0].colorModel, ZNT_CM_BINARY);
+    EXPECT_EQ(info.images[2].colorModel, ZNT_CM_RGB);
+    zntFileInformationFree(&info);
+    for (int page = 0; page < 4; ++page) {
+        SCOPED_TRACE(page);
+        Loaded back;
+        load(back, path, page);
+        ASSERT_EQ(back.status, 0);
+        EXPECT_EQ(maxDifference(toRgba(back.picture), expected(*pages[page], "dcx")), 0);
+    }
+    Loaded beyond;
+    load(beyond, path, 4);
+    EXPECT_EQ(beyond.status, ZNT_BAD_FILE);
+
+    // A file closed without pages is no file.
+    file = zntFileCreate(dir.file("empty.dcx").c_str(), zntFormatGetIndex("dcx"), &params);
+    ASSERT_NE(file, nullptr);
+    EXPECT_NE(zntFileClose(file), 0);
+    EXPECT_NE(access(dir.file("empty.dcx").c_str(), F_OK), 0);
+}
+
+// Rows of one value far longer than any run an encoder can write, rows
+// that never repeat, pairs, and bytes that look like run markers, in every
+// run-length encoder.
+TEST(RoundTrip, LongRunsAndLiterals) {
+    const int w = 300, h = 6;
+    auto fill = [&](Picture &p) {
+        for (int y = 0; y < h; ++y) {
+            uint8_t *row = p.data + size_t(y) * p.bytesPerLine;
+            for (uint32_t i = 0; i < p.bytesPerLine; ++i) {
+                const int x = int(i) / std::max<int>(p.bytesPerPixel, 1);
+                const int values[] = {0xc5, x * 7 + int(i % 3), x / 2 * 3, (x / 130) * 0x40 + 0xc0, x % 2 ? 0xff : 0xfe,
+                                      x < 150 ? 9 : x * 13};
+                row[i] = uint8_t(values[y]);
+            }
+        }
+    };
+    Picture kinds[4] = {};
+    const int types[4] = {ZNT_GREY, ZNT_PALETTE, ZNT_RGB, ZNT_RGBA};
+    for (int k = 0; k < 4; ++k) {
+        ASSERT_TRUE(zntAllock(&kinds[k], types[k], 8, w, h));
+        fill(kinds[k]);
+        if (types[k] == ZNT_PALETTE)
+            for (int i = 0; i < 768; ++i) kinds[k].palette[i] = uint8_t(i * 5);
+    }
+    testsupport::TempDir dir;
+    for (const char *format : {"tga", "pcx", "sgi", "iff", "soft"}) {
+        const int f = zntFormatGetIndex(format);
+        for (const Picture &p : kinds) {
+            if (!zntFormatAcceptsPicture(f, &p)) continue;
+            SCOPED_TRACE(std::string(format) + " type " + std::to_string(p.type));
+            Picture source = p;
+            ASSERT_EQ(save(dir.file("runs"), source, format, [](FormatParams &params) { params.rleCompress = 1; }), 0);
+            Loaded back;
+            load(back, dir.file("runs"));
+            ASSERT_EQ(back.status, 0) << back.message;
+            EXPECT_EQ(maxDifference(toRgba(back.picture), expected(p, format)), 0);
+        }
+    }
+    for (Picture &p : kinds) zntFree(&p);
 }
 
 TEST(RoundTrip, SimpleConversionFitsEveryFormat) {
