@@ -10,6 +10,7 @@
 #include "raster_helpers.h"
 
 #include <array>
+#include <cctype>
 #include <cstring>
 #include <string>
 #include <string_view>
@@ -253,7 +254,7 @@ OpStatus writeXbm(FILE *file, const Picture &pic, const FormatParams &params) {
     // kFlip is its own inverse once the padding bits are cleared again.
     const uint8_t lastMask = uint8_t(w & 7 ? (1u << (w & 7)) - 1 : 0xff);
     FileWriter out(file);
-    char text[96];
+    char text[160];
     std::snprintf(text, sizeof text, "#define image_width %u\n#define image_height %u\nstatic unsigned char image_bits[] = {\n",
                   w, height);
     out.text(text);

@@ -440,7 +440,7 @@ OpStatus writeXpm(FILE *file, const Picture &pic, const FormatParams &params) {
     };
 
     FileWriter out(file);
-    char text[128];
+    char text[192];
     std::snprintf(text, sizeof text, "/* XPM */\nstatic char *image[] = {\n/* columns rows colors chars-per-pixel */\n\"%u %u %zu %u\",\n",
                   w, height, table.size(), cpp);
     out.text(text);
