@@ -117,27 +117,33 @@ public:
             pos_ += count;
             return true;
         }
+        // The rest of a run left over from the row before.
+        const size_t carried = std::min<size_t>(left_, count);
+        std::memset(out, value_, carried);
+        out += carried;
+        count -= carried;
+        left_ -= uint32_t(carried);
+        const uint8_t *p = data_.data() + pos_, *end = data_.data() + data_.size();
         while (count > 0) {
-            if (left_ == 0) {
-                if (pos_ >= data_.size()) return false;
-                const uint8_t c = data_[pos_++];
-                if ((c & 0xc0) == 0xc0) {
-                    if (pos_ >= data_.size()) return false;
-                    left_ = c & 0x3fu;
-                    value_ = data_[pos_++];
-                } else {
-                    left_ = 1;
-                    value_ = c;
-                }
+            if (p >= end) break;
+            const uint8_t c = *p++;
+            if ((c & 0xc0) != 0xc0) {   // a byte below 0xc0 stands for itself
+                *out++ = c;
+                --count;
                 continue;
             }
-            const size_t n = std::min<size_t>(left_, count);
-            std::memset(out, value_, n);
+            if (p >= end) break;
+            const uint8_t value = *p++;
+            const size_t run = c & 0x3fu;
+            const size_t n = std::min(run, count);
+            std::memset(out, value, n);
             out += n;
             count -= n;
-            left_ -= uint32_t(n);
+            left_ = uint32_t(run - n);
+            value_ = value;
         }
-        return true;
+        pos_ = size_t(p - data_.data());
+        return count == 0;
     }
 
 private:

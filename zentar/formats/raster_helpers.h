@@ -6,6 +6,7 @@
 
 #include "../format.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <cstring>
@@ -78,14 +79,19 @@ inline void mergeBitPlanes(const uint8_t *in, size_t planeBytes, int planes, uin
 }
 
 // Splits one byte per pixel into `planes` bit planes of `planeBytes` each
-// (the reverse of mergeBitPlanes); bytes past the width stay zero.
+// (the reverse of mergeBitPlanes); bytes past the width stay zero. Eight
+// pixels at a time: bit p of each of eight bytes, gathered into one byte by
+// a multiplication that moves byte i's bit to bit 7 - i of the top byte.
 inline void splitBitPlanes(const uint8_t *in, uint32_t width, int planes, size_t planeBytes, uint8_t *out) {
     std::memset(out, 0, planeBytes * size_t(planes));
-    for (uint32_t x = 0; x < width; ++x) {
-        const uint8_t v = in[x];
-        const uint8_t bit = uint8_t(0x80 >> (x & 7));
+    const uint32_t groups = (width + 7) / 8;
+    for (uint32_t g = 0; g < groups; ++g) {
+        uint8_t eight[8] = {};
+        std::memcpy(eight, in + size_t(g) * 8, std::min<size_t>(8, width - size_t(g) * 8));
+        uint64_t x = 0;
+        for (int i = 7; i >= 0; --i) x = x << 8 | eight[i];
         for (int p = 0; p < planes; ++p)
-            if ((v >> p) & 1) out[size_t(p) * planeBytes + x / 8] |= bit;
+            out[size_t(p) * planeBytes + g] = uint8_t((((x >> p) & 0x0101010101010101u) * 0x8040201008040201u) >> 56);
     }
 }
 
