@@ -164,6 +164,15 @@ extern const Format kYuvFormat;
 extern const Format kPcdFormat;
 extern const Format kIcoFormat;
 extern const Format kCurFormat;
+extern const Format kTgaFormat;
+extern const Format kPcxFormat;
+extern const Format kDcxFormat;
+extern const Format kSgiFormat;
+extern const Format kSunFormat;
+extern const Format kIffFormat;
+extern const Format kXbmFormat;
+extern const Format kXpmFormat;
+extern const Format kSoftFormat;
 
 // The table, in index order.
 std::span<const Format *const> formats();

@@ -18,6 +18,8 @@ namespace {
 const Format *const kFormats[] = {
     &kJpegFormat, &kPngFormat, &kGifFormat, &kTiffFormat, &kBmpFormat, &kPpmFormat, &kPamFormat, &kXwdFormat,
     &kDpxFormat, &kCineonFormat, &kGrobFormat, &kRawFormat, &kYuvFormat, &kPcdFormat, &kIcoFormat, &kCurFormat,
+    &kTgaFormat, &kPcxFormat, &kDcxFormat, &kSgiFormat, &kSunFormat, &kIffFormat, &kXbmFormat, &kXpmFormat,
+    &kSoftFormat,
 };
 
 std::string lower(std::string_view text) {

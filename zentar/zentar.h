@@ -155,7 +155,12 @@ typedef struct FormatParams {
     uint8_t bmpOs2Header;
     uint8_t hp49Header;
     uint8_t dpx10Bits;
-    uint8_t rleCompress;             /* IFF, PCX, TGA, Softimage, SGI, BMP (RLE4/RLE8) */
+    uint8_t rleCompress;             /* run-length encoding, where a format offers it: BMP RLE4 and
+                                        RLE8 (4 and 8 bits); TGA the RLE image types; PCX and each
+                                        page of DCX encoding 1 (without it the rows are stored raw,
+                                        which few other programs read); SGI RLE rows (else verbatim);
+                                        IFF ByteRun1; Softimage mixed runs (else raw). Other formats
+                                        ignore it. */
 
     char lutFileName[1024];          /* look-up table file for DPX/Cineon, "" for the standard table:
                                         text of decimal numbers ('#' starts a comment), 1024 values
@@ -247,9 +252,10 @@ ZNT_API int zntAllock(Picture *picture, int type, int bitsPerComponent, int widt
 ZNT_API void zntFree(Picture *picture);
 /* Gives a picture without a palette a zeroed 768-byte one; returns it, or NULL when memory is short. */
 ZNT_API uint8_t *zntAllockPalette(Picture *picture);
-/* A file of several pages: NULL for a format that holds one picture (only
- * "tiff" holds several) or a file that cannot be created. zntFileClose
- * returns the first failure and then leaves no file behind. */
+/* A file of several pages: NULL for a format that holds one picture ("tiff"
+ * and "dcx" hold several) or a file that cannot be created. zntFileClose
+ * returns the first failure (for a DCX without pages ZNT_CANT_SAVE) and
+ * then leaves no file behind. */
 ZNT_API ZntFile *zntFileCreate(const char *fileName, int formatIndex, const FormatParams *params);
 ZNT_API OpStatus zntFileAddPicture(ZntFile *file, const Picture *picture);
 ZNT_API OpStatus zntFileClose(ZntFile *file);

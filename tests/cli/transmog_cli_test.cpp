@@ -40,8 +40,11 @@ TEST(TransmogCli, ListsTheFormats) {
     const auto r = transmog({"-formats"});
     EXPECT_EQ(r.exitCode, 0);
     EXPECT_NE(r.out.find(" 0 jpeg  rw jpg   "), std::string::npos) << r.out;
-    for (const char *name : {"png", "gif", "tiff", "bmp", "ppm", "pam", "xwd"})
+    for (const char *name : {"png", "gif", "tiff", "bmp", "ppm", "pam", "xwd", "tga", "pcx", "dcx", "sgi", "sun", "iff",
+                             "xbm", "xpm", "soft"})
         EXPECT_NE(r.out.find(std::string(" ") + name + " "), std::string::npos) << name;
+    EXPECT_NE(r.out.find(" dcx   rw dcx   "), std::string::npos) << r.out;
+    EXPECT_NE(r.out.find(" soft  rw pic   "), std::string::npos) << r.out;
     EXPECT_EQ(transmog({}).exitCode, 1);
     EXPECT_EQ(transmog({"-bogus"}).exitCode, 1);
     EXPECT_EQ(transmog({"-help"}).exitCode, 0);
@@ -159,4 +162,23 @@ TEST(TransmogCli, FilmCalculatorRawAndIconFormats) {
     auto r = transmog({"-out", "ico", dir.file("a.pam")});
     EXPECT_EQ(r.exitCode, 1);
     EXPECT_EQ(r.err, "Can't save in this format !!\n");
+}
+
+TEST(TransmogCli, OlderFormatsToPamAndBack) {
+    TempDir dir;
+    // Palette, grey, true colour and true colour with alpha: each format
+    // gets what it holds, converted where it holds less.
+    const char *pictures[] = {"basn3p08", "basn0g08", "basn2c08", "basn6a08"};
+    for (const char *format : {"tga", "pcx", "dcx", "sgi", "sun", "iff", "xbm", "xpm", "soft"}) {
+        for (const char *picture : pictures) {
+            SCOPED_TRACE(std::string(format) + " " + picture);
+            const std::string png = dataPath(std::string("conformance/pngsuite/png/") + picture + ".png");
+            const std::string made = dir.file(std::string("made.") + format);
+            ASSERT_EQ(transmog({"-out", format, "-o", made, png}).exitCode, 0);
+            ASSERT_EQ(transmog({"-out", "pam", "-o", dir.file("a.pam"), made}).exitCode, 0);
+            ASSERT_EQ(transmog({"-out", format, "-o", dir.file("back"), dir.file("a.pam")}).exitCode, 0);
+            ASSERT_EQ(transmog({"-out", "pam", "-o", dir.file("b.pam"), dir.file("back")}).exitCode, 0);
+            EXPECT_EQ(readFile(dir.file("a.pam")), readFile(dir.file("b.pam")));
+        }
+    }
 }

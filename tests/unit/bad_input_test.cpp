@@ -52,7 +52,29 @@ const Case kCases[] = {
     {"dpx", ZNT_GREY, [](FormatParams &p) { p.dpx10Bits = 1; }},
     {"cin", ZNT_RGB, nullptr},
     {"grob", ZNT_BINARY, nullptr},
+    {"tga", ZNT_RGBA, nullptr},
+    {"tga", ZNT_PALETTE, [](FormatParams &p) { p.rleCompress = 1; }},
+    {"pcx", ZNT_RGB, [](FormatParams &p) { p.rleCompress = 1; }},
+    {"pcx", ZNT_PALETTE, [](FormatParams &p) { p.rleCompress = 1; }},
+    {"pcx", ZNT_BINARY, nullptr},
+    {"dcx", ZNT_RGB, [](FormatParams &p) { p.rleCompress = 1; }},
+    {"sgi", ZNT_RGB, [](FormatParams &p) { p.rleCompress = 1; }},
+    {"sgi", ZNT_GREY, nullptr},
+    {"sun", ZNT_PALETTE, nullptr},
+    {"iff", ZNT_RGB, [](FormatParams &p) { p.rleCompress = 1; }},
+    {"iff", ZNT_PALETTE, nullptr},
+    {"xbm", ZNT_BINARY, nullptr},
+    {"xpm", ZNT_PALETTE, nullptr},
+    {"soft", ZNT_RGBA, [](FormatParams &p) { p.rleCompress = 1; }},
+    {"soft", ZNT_RGB, nullptr},
 };
+
+// Formats whose last bytes are no pixels: a footer or the end of a C array.
+bool tailIsNoPixels(const char *format) {
+    for (const char *f : {"gif", "tiff", "tga", "xbm", "xpm"})
+        if (std::strcmp(format, f) == 0) return true;
+    return false;
+}
 
 }  // namespace
 
@@ -71,9 +93,10 @@ TEST(BadInput, TruncatedFilesAreRefusedOrLoadWhatTheyHold) {
             testsupport::writeBytes(cut, std::vector<uint8_t>(bytes.begin(), bytes.begin() + long(keep)));
             Loaded strict;
             load(strict, cut);
-            // A GIF missing its trailer, or a TIFF the end of its last directory, lacks no pixel.
+            // A GIF missing its trailer, a TIFF the end of its last directory, a TGA
+            // part of its footer or an X bitmap or pixmap its closing brace lacks no pixel.
             const bool tiff = std::strcmp(c.format, "tiff") == 0;
-            if (keep < bytes.size() - 3 || (std::strcmp(c.format, "gif") != 0 && !tiff)) {
+            if (keep < bytes.size() - 3 || !tailIsNoPixels(c.format)) {
                 EXPECT_NE(strict.status, 0);
             }
             EXPECT_EQ(strict.status != 0, strict.picture.data == nullptr);
@@ -201,4 +224,52 @@ TEST(BadInput, PnmEdgeCases) {
     ASSERT_EQ(second.status, 0);
     EXPECT_EQ(second.picture.width, 1u);
     EXPECT_EQ(second.picture.data[0], 0x30);
+}
+
+TEST(BadInput, OlderFormatsRefuseHugeClaimsFromSmallFiles) {
+    auto le16 = [](unsigned v) { return std::string{char(v & 255), char(v >> 8)}; };
+    auto be16 = [](unsigned v) { return std::string{char(v >> 8), char(v & 255)}; };
+    auto be32 = [&](uint32_t v) { return be16(v >> 16) + be16(v & 0xffff); };
+    const std::string pcxHeader = std::string("\x0a\x05\x01\x08", 4) + le16(0) + le16(0) + le16(65000) + le16(65000) +
+                                  std::string(53, '\0') + std::string("\x01", 1) + le16(65002) + le16(1) + std::string(58, '\0');
+    const std::string iffHeader = "FORM" + be32(64) + "ILBM" + "BMHD" + be32(20) + be16(65000) + be16(65000) + be32(0) +
+                                  std::string("\x18\x00\x01\x00", 4) + std::string(8, '\0') + "BODY" + be32(8);
+    struct Case {
+        const char *name, *what;
+        std::string bytes;
+    } cases[] = {
+        {"huge.tga", "raw TGA", std::string("\0\0\2", 3) + std::string(9, '\0') + le16(65535) + le16(65535) + "\x18\x20" + "abcdef"},
+        {"huge.tga", "RLE TGA", std::string("\0\0\x0a", 3) + std::string(9, '\0') + le16(65535) + le16(65535) + "\x18\x20" +
+                                    std::string(20, '\xff')},
+        {"huge.pcx", "RLE PCX", pcxHeader + std::string(40, '\xff')},
+        {"huge.iff", "packed IFF", iffHeader + std::string(8, '\x81')},
+        {"huge.sgi", "SGI whose row table lies beyond the file",
+         be16(474) + std::string("\1\1", 2) + be16(3) + be16(60000) + be16(60000) + be16(4) + std::string(500, '\0')},
+        {"huge.ras", "byte-encoded Sun raster",
+         be32(0x59a66a95) + be32(60000) + be32(60000) + be32(24) + be32(0) + be32(2) + be32(0) + be32(0) + "\x80\xff\x01"},
+        {"huge.xbm", "X bitmap", "#define a_width 1000000\n#define a_height 1000000\nstatic char a_bits[] = {0x00};\n"},
+        {"many.xpm", "X pixmap of a million colours", "/* XPM */\nstatic char *a[] = {\"1 1 1000000 1\", \"a c red\"};\n"},
+        {"wide.xpm", "X pixmap of nine characters a pixel", "/* XPM */\nstatic char *a[] = {\"1 1 1 9\"};\n"},
+        {"huge.xpm", "X pixmap far larger than its text", "/* XPM */\nstatic char *a[] = {\"60000 60000 1 1\", \"a c red\", \"a\"};\n"},
+        {"loop.dcx", "DCX page inside its own table", std::string("\xb1\x68\xde\x3a\x04\0\0\0\0\0\0\0", 12)},
+        {"chain.pic", "Softimage chain without end",
+         be32(0x5380f634) + std::string(84, '\0') + "PICT" + be16(10) + be16(10) + std::string(8, '\0') +
+             [] {
+                 std::string chain;
+                 for (int i = 0; i < 20; ++i) chain += std::string("\x01\x08\x00\xe0", 4);
+                 return chain;
+             }()},
+    };
+    TempDir dir;
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.what);
+        testsupport::writeFile(dir.file(c.name), c.bytes);
+        // Refused before allocating, whether read errors are ignored or not.
+        for (uint32_t flags : {0u, uint32_t(ZNT_LOAD_IGNORE_ERRORS)}) {
+            Loaded l;
+            load(l, dir.file(c.name), 0, flags);
+            EXPECT_TRUE(l.status == ZNT_CANT_READ || l.status == ZNT_BAD_FILE) << l.status << " " << l.message;
+            EXPECT_EQ(l.picture.data, nullptr);
+        }
+    }
 }

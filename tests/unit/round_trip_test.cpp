@@ -6,6 +6,7 @@
 #include <cstring>
 #include <functional>
 
+#include <unistd.h>
 #include "picture_pixels.h"
 #include "test_files.h"
 
@@ -46,11 +47,6 @@ struct Sample {
     ~Sample() { zntFree(&picture); }
 };
 
-bool formatKeepsAlpha(const char *format) {
-    return std::strcmp(format, "png") == 0 || std::strcmp(format, "tiff") == 0 || std::strcmp(format, "pam") == 0 ||
-           std::strcmp(format, "dpx") == 0;
-}
-
 // What a file without its own description needs to be read back: the raw
 // geometry, the GROB grey planes.
 void readOptionsFor(FormatParams &p, const char *format, const Picture &picture) {
@@ -63,12 +59,19 @@ void readOptionsFor(FormatParams &p, const char *format, const Picture &picture)
     }
 }
 
+bool oneOf(const char *format, std::initializer_list<const char *> names) {
+    for (const char *name : names)
+        if (std::strcmp(format, name) == 0) return true;
+    return false;
+}
+
+bool formatKeepsAlpha(const char *format) { return oneOf(format, {"png", "tiff", "pam", "tga", "sgi", "soft", "dpx"}); }
+
 // The picture as the format stores it: without a mask where the format has none.
 Rgba expected(const Picture &p, const char *format) {
     Rgba want = toRgba(p);
     const bool dropsMask = (p.type & ZNT_FOURBYTE_MASK) && !formatKeepsAlpha(format);
-    const bool dropsTransparency = p.type == ZNT_PALETTE && std::strcmp(format, "png") != 0 &&
-                                   std::strcmp(format, "gif") != 0;
+    const bool dropsTransparency = p.type == ZNT_PALETTE && !oneOf(format, {"png", "gif", "iff", "xpm"});
     if (dropsMask || dropsTransparency)
         for (size_t i = 3; i < want.pixels.size(); i += 4) want.pixels[i] = 255;
     return want;
@@ -113,14 +116,14 @@ TEST(RoundTrip, EveryKindInEveryWritableFormat) {
 TEST(RoundTrip, KindsComeBackAsTheyWent) {
     Sample binary("binary", ZNT_BINARY), grey16("grey16", ZNT_GREY, 16), transparent("t", ZNT_PALETTE, 64, 5);
     testsupport::TempDir dir;
-    for (const char *format : {"png", "tiff", "bmp", "ppm", "pam", "xwd", "grob"}) {
+    for (const char *format : {"png", "tiff", "bmp", "ppm", "pam", "xwd", "tga", "pcx", "dcx", "sun", "iff", "xbm", "xpm", "grob"}) {
         SCOPED_TRACE(format);
         Loaded back;
         ASSERT_EQ(save(dir.file("b"), binary.picture, format), 0);
         load(back, dir.file("b"));
         EXPECT_EQ(back.picture.type, ZNT_BINARY);
     }
-    for (const char *format : {"png", "ppm", "pam", "bmp", "xwd"}) {
+    for (const char *format : {"png", "ppm", "pam", "bmp", "xwd", "pcx", "dcx", "sun", "iff", "xpm"}) {
         SCOPED_TRACE(format);
         Loaded back;
         ASSERT_EQ(save(dir.file("g"), grey16.picture, format), 0);
@@ -136,7 +139,7 @@ TEST(RoundTrip, KindsComeBackAsTheyWent) {
     EXPECT_EQ(greyGrob.picture.type, ZNT_GREY);
     EXPECT_EQ(greyGrob.picture.numberOfColors, 16);
     EXPECT_EQ(greyGrob.picture.height, grey16.picture.height);
-    for (const char *format : {"png", "gif"}) {
+    for (const char *format : {"png", "gif", "iff", "xpm"}) {
         SCOPED_TRACE(format);
         Loaded back;
         ASSERT_EQ(save(dir.file("t"), transparent.picture, format), 0);
@@ -173,6 +176,16 @@ TEST(RoundTrip, SaveOptions) {
         {"dpx", &rgba, [](FormatParams &p) { p.dpx10Bits = 1; }},
         {"grob", &binary, [](FormatParams &p) { p.hp49Header = 1; }},
     };
+    // Run-length encoding, on and off, for each kind the format writes its own way.
+    Sample rgba("rgba", ZNT_RGBA);
+    const std::vector<std::pair<const char *, std::vector<Sample *>>> encoded = {
+        {"tga", {&binary, &grey, &palette, &rgb, &rgba}}, {"pcx", {&binary, &palette12, &palette, &grey, &rgb}},
+        {"dcx", {&palette12, &rgb}},                      {"sgi", {&grey, &rgb, &rgba}},
+        {"iff", {&binary, &palette12, &palette, &rgb}},   {"soft", {&rgb, &rgba}},
+    };
+    for (const auto &[format, samples] : encoded)
+        for (Sample *sample : samples)
+            for (uint8_t rle : {0, 1}) cases.push_back({format, sample, [rle](FormatParams &p) { p.rleCompress = rle; }});
     for (unsigned code = 0; code <= 7; ++code) {
         cases.push_back({"tiff", &binary, [code](FormatParams &p) { p.compression = uint16_t(code); }});
         cases.push_back({"tiff", &rgb, [code](FormatParams &p) { p.compression = uint16_t(code); }});
@@ -269,4 +282,85 @@ TEST(RoundTrip, MultiPageTiff) {
     load(beyond, path, 4);
     EXPECT_EQ(beyond.status, ZNT_BAD_FILE);
     zntFree(&small);
+}
+
+TEST(RoundTrip, MultiPageDcx) {
+    Sample binary("binary", ZNT_BINARY), palette12("palette12", ZNT_PALETTE, 12), rgba("rgba", ZNT_RGBA),
+        grey("grey", ZNT_GREY);
+    testsupport::TempDir dir;
+    const std::string path = dir.file("pages.dcx");
+    FormatParams params;
+    zntDefaultParams(&params);
+    params.rleCompress = 1;
+    EXPECT_TRUE(zntFormatIsSupported("dcx"));
+    ZntFile *file = zntFileCreate(path.c_str(), zntFormatGetIndex("dcx"), &params);
+    ASSERT_NE(file, nullptr);
+    const Picture *pages[] = {&binary.picture, &palette12.picture, &rgba.picture, &grey.picture};
+    for (const Picture *p : pages) EXPECT_EQ(zntFileAddPicture(file, p), 0);
+    EXPECT_EQ(zntFileClose(file), 0);
+
+    FileInformation info{};
+    ASSERT_EQ(zntFileInformation(path.c_str(), -1, 0, &info), 0);
+    EXPECT_STREQ(zntFormatGetName(info.formatIndex), "dcx");
+    ASSERT_EQ(info.imageCount, 4);
+    EXPECT_EQ(info.images[0].colorModel, ZNT_CM_BINARY);
+    EXPECT_EQ(info.images[2].colorModel, ZNT_CM_RGB);
+    zntFileInformationFree(&info);
+    for (int page = 0; page < 4; ++page) {
+        SCOPED_TRACE(page);
+        Loaded back;
+        load(back, path, page);
+        ASSERT_EQ(back.status, 0);
+        EXPECT_EQ(maxDifference(toRgba(back.picture), expected(*pages[page], "dcx")), 0);
+    }
+    Loaded beyond;
+    load(beyond, path, 4);
+    EXPECT_EQ(beyond.status, ZNT_BAD_FILE);
+
+    // A file closed without pages is no file.
+    file = zntFileCreate(dir.file("empty.dcx").c_str(), zntFormatGetIndex("dcx"), &params);
+    ASSERT_NE(file, nullptr);
+    EXPECT_NE(zntFileClose(file), 0);
+    EXPECT_NE(access(dir.file("empty.dcx").c_str(), F_OK), 0);
+}
+
+// Rows of one value far longer than any run an encoder can write, rows
+// that never repeat, pairs, and bytes that look like run markers, in every
+// run-length encoder.
+TEST(RoundTrip, LongRunsAndLiterals) {
+    const int w = 300, h = 6;
+    auto fill = [&](Picture &p) {
+        for (int y = 0; y < h; ++y) {
+            uint8_t *row = p.data + size_t(y) * p.bytesPerLine;
+            for (uint32_t i = 0; i < p.bytesPerLine; ++i) {
+                const int x = int(i) / std::max<int>(p.bytesPerPixel, 1);
+                const int values[] = {0xc5, x * 7 + int(i % 3), x / 2 * 3, (x / 130) * 0x40 + 0xc0, x % 2 ? 0xff : 0xfe,
+                                      x < 150 ? 9 : x * 13};
+                row[i] = uint8_t(values[y]);
+            }
+        }
+    };
+    Picture kinds[4] = {};
+    const int types[4] = {ZNT_GREY, ZNT_PALETTE, ZNT_RGB, ZNT_RGBA};
+    for (int k = 0; k < 4; ++k) {
+        ASSERT_TRUE(zntAllock(&kinds[k], types[k], 8, w, h));
+        fill(kinds[k]);
+        if (types[k] == ZNT_PALETTE)
+            for (int i = 0; i < 768; ++i) kinds[k].palette[i] = uint8_t(i * 5);
+    }
+    testsupport::TempDir dir;
+    for (const char *format : {"tga", "pcx", "sgi", "iff", "soft"}) {
+        const int f = zntFormatGetIndex(format);
+        for (const Picture &p : kinds) {
+            if (!zntFormatAcceptsPicture(f, &p)) continue;
+            SCOPED_TRACE(std::string(format) + " type " + std::to_string(p.type));
+            Picture source = p;
+            ASSERT_EQ(save(dir.file("runs"), source, format, [](FormatParams &params) { params.rleCompress = 1; }), 0);
+            Loaded back;
+            load(back, dir.file("runs"));
+            ASSERT_EQ(back.status, 0) << back.message;
+            EXPECT_EQ(maxDifference(toRgba(back.picture), expected(p, format)), 0);
+        }
+    }
+    for (Picture &p : kinds) zntFree(&p);
 }
