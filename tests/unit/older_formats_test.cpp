@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "picture/simple_conversion.h"
+#include "imageops/color_reduction.h"
 #include "picture_files.h"
 #include "picture_pixels.h"
 #include "test_files.h"
@@ -80,7 +80,7 @@ std::string loadsAs(const std::string &path, const Picture &want, double meanTol
 OpStatus saveAsPnm(const std::string &path, Picture &picture) {
     if (picture.type != ZNT_PALETTE) return save(path, picture, "ppm");
     Picture rgb{};
-    if (!quivel::convertToRgb(picture, rgb)) return ZNT_NO_MEMORY;
+    if (quivel::convertToTrueColor(&picture, &rgb, ZNT_RGB) != ZNT_OK) return ZNT_NO_MEMORY;
     const OpStatus status = save(path, rgb, "ppm");
     zntFree(&rgb);
     return status;

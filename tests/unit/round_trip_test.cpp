@@ -177,7 +177,6 @@ TEST(RoundTrip, SaveOptions) {
         {"grob", &binary, [](FormatParams &p) { p.hp49Header = 1; }},
     };
     // Run-length encoding, on and off, for each kind the format writes its own way.
-    Sample rgba("rgba", ZNT_RGBA);
     const std::vector<std::pair<const char *, std::vector<Sample *>>> encoded = {
         {"tga", {&binary, &grey, &palette, &rgb, &rgba}}, {"pcx", {&binary, &palette12, &palette, &grey, &rgb}},
         {"dcx", {&palette12, &rgb}},                      {"sgi", {&grey, &rgb, &rgba}},
