@@ -26,29 +26,17 @@ std::string correctedName(const std::string &fileName, int formatIndex) {
     return buffer;
 }
 
-// The save pages of the options dialog and the short names the library may
-// give the formats they serve.
+// The save pages of the options dialog and the formats whose options they hold.
 struct SavePage {
     const char *page;
-    const char *names[4];
+    const char *names[3];
 };
 constexpr SavePage kSavePages[] = {
-    {"PWgif", {"gif"}},
-    {"PWjpg", {"jpeg", "jpg"}},
-    {"PWtif", {"tiff", "tif"}},
-    {"PWpng", {"png"}},
-    {"PWbmp", {"bmp"}},
-    {"PWiff", {"iff", "lbm", "ilbm"}},
-    {"PWpcx", {"pcx"}},
-    {"PWtga", {"tga", "targa"}},
-    {"PWsoft", {"soft", "softimage", "pic"}},
-    {"PWsgi", {"sgi", "rgb"}},
-    {"PWppm", {"ppm", "pgm", "pbm", "pnm"}},
-    {"PWdpx", {"dpx", "cin", "cineon"}},
-    {"PWhp", {"grob", "hp48", "hp49", "hp"}},
-    {"PWraw", {"raw"}},
+    {"PWgif", {"gif"}},   {"PWjpg", {"jpeg"}},  {"PWtif", {"tiff"}},        {"PWpng", {"png"}},
+    {"PWbmp", {"bmp"}},   {"PWiff", {"iff"}},   {"PWpcx", {"pcx", "dcx"}}, {"PWtga", {"tga"}},
+    {"PWsoft", {"soft"}}, {"PWsgi", {"sgi"}},   {"PWppm", {"ppm"}},        {"PWdpx", {"dpx", "cin"}},
+    {"PWhp", {"grob"}},   {"PWraw", {"raw"}},
 };
-
 }  // namespace
 
 std::vector<SaveFormat> saveFormats() {

@@ -25,14 +25,13 @@ void copyName(char *to, size_t capacity, const char *from) {
     to[length] = '\0';
 }
 
-// The run-length formats each have one on/off key. The short names cover
-// the names these formats go by.
+// The run-length formats each have one on/off key; DCX pages are PCX.
 std::optional<bool> rleSetting(const Settings::SaveSection &save, std::string_view name) {
-    if (isOneOf(name, {"iff", "ilbm", "lbm"})) return save.iffCompress;
+    if (name == "iff") return save.iffCompress;
     if (isOneOf(name, {"pcx", "dcx"})) return save.pcxCompress;
-    if (isOneOf(name, {"tga", "targa"})) return save.tgaCompress;
-    if (isOneOf(name, {"soft", "softimage", "pic"})) return save.softCompress;
-    if (isOneOf(name, {"sgi", "rgb", "sgirgb"})) return save.rgbCompress;
+    if (name == "tga") return save.tgaCompress;
+    if (name == "soft") return save.softCompress;
+    if (name == "sgi") return save.rgbCompress;
     if (name == "bmp") return save.bmpCompress;
     return std::nullopt;
 }

@@ -12,6 +12,7 @@
 #include <memory>
 
 #include "app/folder_listing.h"
+#include "app/options_pages.h"
 #include "app/save_formats.h"
 #include "app/selector_paths.h"
 #include "app/selector_preview.h"
@@ -255,7 +256,21 @@ TEST(SaveFormatChoice, FormatsWithSaveOptionsOpenTheirPage) {
     EXPECT_STREQ(saveOptionsPage("jpeg"), "PWjpg");
     EXPECT_STREQ(saveOptionsPage("tiff"), "PWtif");
     EXPECT_STREQ(saveOptionsPage("ppm"), "PWppm");
+    EXPECT_STREQ(saveOptionsPage("dcx"), "PWpcx");
     EXPECT_EQ(saveOptionsPage("xwd"), nullptr);
+    // Every save page of the options dialog is the page of a writable format.
+    int writePages = 0;
+    for (const OptionPage &page : optionPages()) {
+        if (std::string_view(page.name).substr(0, 2) != "PW" || page.level != 1) continue;
+        ++writePages;
+        bool reached = false;
+        for (int f = 0; f < zntCount(); ++f) {
+            const char *found = zntFormatIsWritable(f) ? saveOptionsPage(zntFormatGetName(f)) : nullptr;
+            if (found != nullptr && std::string_view(found) == page.name) reached = true;
+        }
+        EXPECT_TRUE(reached) << page.name;
+    }
+    EXPECT_GE(writePages, 14);
 }
 
 TEST(SelectorPreview, InformationLabels) {
