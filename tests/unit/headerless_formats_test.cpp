@@ -131,7 +131,10 @@ TEST(HeaderlessFormats, GeometryMustFitTheFile) {
     FileInformation info{};
     EXPECT_EQ(zntFileInformation(dir.file("default.dat").c_str(), -1, 0, &info), ZNT_UNKNOWN_FORMAT);
     zntFileInformationFree(&info);
-    EXPECT_EQ(zntFileInformation(dir.file("small.raw").c_str(), -1, 0, &info), ZNT_BAD_FILE);
+    // A file too small for the default geometry is still described (as
+    // 0 x 0), so that a load given its real geometry can follow.
+    ASSERT_EQ(zntFileInformation(dir.file("small.raw").c_str(), -1, 0, &info), 0);
+    EXPECT_EQ(info.images[0].width, 0u);
     zntFileInformationFree(&info);
 }
 

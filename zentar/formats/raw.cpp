@@ -10,7 +10,9 @@
 // A geometry that needs more bytes than the file holds past the offset is
 // refused with a message; bytes after the picture are ignored. File
 // information has no read options and describes a file by the default
-// geometry (256 x 256 RGB, interleaved, from the start).
+// geometry (256 x 256 RGB, interleaved, from the start), or as 0 x 0 when the
+// file is too small for it: the information must not refuse a file that the
+// load, given its real geometry, reads.
 //
 // Saving writes saveOffset zero bytes, then the picture in the channels of
 // saveChannelType and the order of saveChannelOrder: grey is the luminance,
@@ -86,8 +88,8 @@ int colorModelOf(int type) {
 
 OpStatus readHeader(const Source &source, uint32_t, Header &header) {
     RawGeometry g;
-    if (const OpStatus s = geometryOf(LoadRequest{}.options(), source.bytes.size(), g, header.message); s != ZNT_OK)
-        return s;
+    std::string unused;
+    if (geometryOf(LoadRequest{}.options(), source.bytes.size(), g, unused) != ZNT_OK) g.width = g.height = 0;
     header.images.push_back(ZntSubImage{uint16_t(colorModelOf(g.type)), g.width, g.height, 8});
     header.compressionName = "None";
     return ZNT_OK;

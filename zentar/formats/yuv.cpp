@@ -5,7 +5,8 @@
 // loadValues. A geometry that needs more bytes than the file holds is
 // refused; the first frame is read and the rest of the file ignored. File
 // information has no read options and describes a file by the default
-// geometry (256 x 256 from the start).
+// geometry (256 x 256 from the start), or as 0 x 0 when the file is too
+// small for it, so that a load given the real geometry is not refused.
 //
 // Samples are in video range (luma 16-235, chroma 16-240 around 128) and
 // turned into RGB with the ITU-R BT.601 matrix; each chroma sample serves
@@ -49,8 +50,8 @@ OpStatus geometryOf(const FormatParams &p, uint64_t fileSize, YuvGeometry &g, st
 
 OpStatus readHeader(const Source &source, uint32_t, Header &header) {
     YuvGeometry g;
-    if (const OpStatus s = geometryOf(LoadRequest{}.options(), source.bytes.size(), g, header.message); s != ZNT_OK)
-        return s;
+    std::string unused;
+    if (geometryOf(LoadRequest{}.options(), source.bytes.size(), g, unused) != ZNT_OK) g.width = g.height = 0;
     header.images.push_back(ZntSubImage{ZNT_CM_YCBCR, g.width, g.height, 8});
     header.compressionName = "None";
     return ZNT_OK;
