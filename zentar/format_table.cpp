@@ -17,6 +17,8 @@ namespace {
 // (each format says how strong its signature is).
 const Format *const kFormats[] = {
     &kJpegFormat, &kPngFormat, &kGifFormat, &kTiffFormat, &kBmpFormat, &kPpmFormat, &kPamFormat, &kXwdFormat,
+    &kWebpFormat, &kHeifFormat, &kAvifFormat, &kJxlFormat, &kJp2Format, &kJ2kFormat, &kCameraRawFormat,
+    &kEpsFormat, &kPsFormat, &kPdfFormat,
 };
 
 std::string lower(std::string_view text) {
@@ -72,7 +74,7 @@ int indexOfFormat(const Format *format) {
 }
 
 int detectFormat(Bytes head, std::string_view fileName) {
-    for (Signature pass : {Signature::exact, Signature::weak}) {
+    for (Signature pass : {Signature::specific, Signature::exact, Signature::weak}) {
         for (size_t i = 0; i < std::size(kFormats); ++i) {
             const Format &f = *kFormats[i];
             if (f.signature == pass && f.sniff != nullptr && f.sniff(head)) return int(i);

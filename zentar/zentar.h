@@ -170,7 +170,8 @@ typedef struct ZntSubImage {
 
 /* Filled by zntFileInformation (arrays and comment allocated, released by
  * zntFileInformationFree). zntLoad writes only `message`, and only for
- * ZNT_BAD_FILE; it never touches the arrays. */
+ * ZNT_BAD_FILE, or for ZNT_UNKNOWN_FORMAT when the format needs a program
+ * that is not installed (PostScript and PDF); it never touches the arrays. */
 typedef struct FileInformation {
     int16_t formatIndex;
     ZntSubImage *images;             /* imageCount entries, then one ZNT_CM_END entry */
@@ -181,7 +182,7 @@ typedef struct FileInformation {
     uint32_t resolutionX, resolutionY;
     uint16_t orientation;            /* EXIF orientation 1-8, 0 when unknown */
     char *comment;                   /* or NULL */
-    char message[256];               /* the library's text for ZNT_BAD_FILE */
+    char message[256];               /* the library's text for ZNT_BAD_FILE (or a missing program) */
     char typeText[32];               /* printable type for sorting, e.g. "JPEG" */
     char colorText[32];              /* printable colour model, e.g. "RGB" */
     uint64_t fileSize;               /* bytes */
