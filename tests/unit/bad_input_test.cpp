@@ -48,7 +48,23 @@ const Case kCases[] = {
     {"ppm", ZNT_GREY, [](FormatParams &p) { p.ppmAscii = 1; }},
     {"pam", ZNT_RGBA, nullptr},
     {"xwd", ZNT_PALETTE, nullptr},
+    {"webp", ZNT_RGB, [](FormatParams &p) { p.jpegQuality = 80; }},
+    {"webp", ZNT_RGBA, [](FormatParams &p) { p.jpegQuality = 100; }},
+    {"heif", ZNT_RGB, nullptr},
+    {"avif", ZNT_RGBA, nullptr},
+    {"jxl", ZNT_RGB, nullptr},
+    {"jxl", ZNT_GREY, [](FormatParams &p) { p.jpegQuality = 100; }},
+    {"jp2", ZNT_RGB, nullptr},
+    {"j2k", ZNT_RGBA, [](FormatParams &p) { p.jpegQuality = 100; }},
 };
+
+// Whether a cut file loads the part it holds when errors are ignored: the
+// HEIF codecs and the JPEG XL decoder need the whole of the coded picture.
+bool loadsWhatACutFileHolds(const char *format) {
+    for (const char *whole : {"tiff", "heif", "avif", "jxl"})
+        if (std::strcmp(format, whole) == 0) return false;
+    return true;
+}
 
 }  // namespace
 
@@ -74,7 +90,7 @@ TEST(BadInput, TruncatedFilesAreRefusedOrLoadWhatTheyHold) {
             }
             EXPECT_EQ(strict.status != 0, strict.picture.data == nullptr);
             // TIFF directories follow the pixels: a cut file has lost its directory.
-            if (keep >= bytes.size() * 2 / 3 && keep < bytes.size() - 3 && !tiff) {
+            if (keep >= bytes.size() * 2 / 3 && keep < bytes.size() - 3 && loadsWhatACutFileHolds(c.format)) {
                 Loaded lenient;
                 load(lenient, cut, 0, ZNT_LOAD_IGNORE_ERRORS);
                 EXPECT_EQ(lenient.status, 0) << "ignoring read errors loads the part that is there";
@@ -137,6 +153,26 @@ TEST(BadInput, HostileHeadersAreRefusedBeforeAllocating) {
     EXPECT_FALSE(zntAllock(&p, ZNT_RGB, 8, 0, 10));
     EXPECT_FALSE(zntAllock(&p, 3, 8, 10, 10)) << "not a picture type";
     EXPECT_EQ(p.data, nullptr);
+}
+
+TEST(BadInput, HugeJpeg2000IsRefusedBeforeDecoding) {
+    // A codestream whose size fields say 100000 x 100000 in one tile.
+    TempDir dir;
+    Source source(ZNT_GREY);
+    ASSERT_EQ(save(dir.file("small.j2k"), source.picture, "j2k"), 0);
+    std::vector<uint8_t> bytes = testsupport::readBytes(dir.file("small.j2k"));
+    ASSERT_GT(bytes.size(), 40u);
+    ASSERT_EQ(bytes[2], 0xff);
+    ASSERT_EQ(bytes[3], 0x51) << "the size marker follows the start of the codestream";
+    for (size_t field : {8, 12, 24, 28}) {   // width, height, tile width, tile height
+        const uint32_t v = 100000;
+        bytes[field] = uint8_t(v >> 24), bytes[field + 1] = uint8_t(v >> 16), bytes[field + 2] = uint8_t(v >> 8),
+        bytes[field + 3] = uint8_t(v);
+    }
+    testsupport::writeBytes(dir.file("huge.j2k"), bytes);
+    Loaded l;
+    load(l, dir.file("huge.j2k"), 0, ZNT_LOAD_IGNORE_ERRORS);
+    EXPECT_EQ(l.status, ZNT_NO_MEMORY);
 }
 
 TEST(BadInput, WindowDumpWhosePixelSizeDoesNotFitItsDepth) {

@@ -37,8 +37,8 @@ struct Gradient {
 }  // namespace
 
 TEST(FormatTable, NamesSuffixesAndLookUps) {
-    EXPECT_EQ(zntCount(), 8);
-    for (const char *name : {"jpeg", "png", "gif", "tiff", "bmp", "ppm", "pam", "xwd"}) {
+    EXPECT_EQ(zntCount(), 18);
+    for (const char *name : {"jpeg", "png", "gif", "tiff", "bmp", "ppm", "pam", "xwd", "webp", "heif", "avif", "jxl", "jp2", "j2k"}) {
         const int i = zntFormatGetIndex(name);
         ASSERT_GE(i, 0) << name;
         EXPECT_STREQ(zntFormatGetName(i), name);
@@ -48,6 +48,14 @@ TEST(FormatTable, NamesSuffixesAndLookUps) {
         EXPECT_STREQ(info.name, name);
         ASSERT_NE(info.saveKinds, nullptr);
         EXPECT_NE(info.saveKinds[0].colorModel, -1);
+    }
+    for (const char *name : {"camraw", "eps", "ps", "pdf"}) {
+        const int i = zntFormatGetIndex(name);
+        ASSERT_GE(i, 0) << name;
+        FormatInformation info;
+        ASSERT_EQ(zntFormatGetInfo(i, &info), 0);
+        EXPECT_TRUE(info.readable && !info.writable) << name;
+        EXPECT_EQ(info.saveKinds, nullptr);
     }
     EXPECT_EQ(zntFormatGetIndex("nothing"), -1);
     EXPECT_EQ(zntFormatGetName(99), nullptr);
@@ -79,7 +87,7 @@ TEST(FormatTable, NamesSuffixesAndLookUps) {
 TEST(Sniffing, TheSignatureDecidesNotTheName) {
     Gradient g(20, 10);
     TempDir dir;
-    for (const char *format : {"jpeg", "png", "gif", "tiff", "bmp", "ppm", "pam", "xwd"}) {
+    for (const char *format : {"jpeg", "png", "gif", "tiff", "bmp", "ppm", "pam", "xwd", "webp", "heif", "avif", "jxl", "jp2", "j2k"}) {
         SCOPED_TRACE(format);
         Picture grey{};
         ASSERT_TRUE(zntAllock(&grey, ZNT_GREY, 8, 20, 10));

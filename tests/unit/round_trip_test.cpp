@@ -1,10 +1,12 @@
 // Pictures of every kind saved in every writable format that holds them and
-// read back: exactly for the lossless formats, within a tolerance for JPEG;
-// each format's save options; multi-page TIFF.
+// read back: exactly for the lossless formats and the codecs that save
+// losslessly at quality 100, within a tolerance for JPEG; each format's save
+// options; lossy saves of the newer codecs; multi-page TIFF.
 #include <gtest/gtest.h>
 
 #include <cstring>
 #include <functional>
+#include <initializer_list>
 
 #include "picture/simple_conversion.h"
 #include "picture_pixels.h"
@@ -47,9 +49,20 @@ struct Sample {
     ~Sample() { zntFree(&picture); }
 };
 
-bool formatKeepsAlpha(const char *format) {
-    return std::strcmp(format, "png") == 0 || std::strcmp(format, "tiff") == 0 || std::strcmp(format, "pam") == 0;
+bool isOneOf(const char *format, std::initializer_list<const char *> names) {
+    for (const char *n : names)
+        if (std::strcmp(format, n) == 0) return true;
+    return false;
 }
+
+bool formatKeepsAlpha(const char *format) {
+    return isOneOf(format, {"png", "tiff", "pam", "webp", "heif", "avif", "jxl", "jp2", "j2k"});
+}
+
+// The largest difference a lossless save may show: HEIF and AVIF carry RGB
+// through the codec's identity matrix, and the library's conversion moves
+// some values by one.
+int losslessTolerance(const char *format) { return isOneOf(format, {"heif", "avif"}) ? 1 : 0; }
 
 // The picture as the format stores it: without a mask where the format has none.
 Rgba expected(const Picture &p, const char *format) {
@@ -82,7 +95,10 @@ TEST(RoundTrip, EveryKindInEveryWritableFormat) {
             if (!zntFormatAcceptsPicture(f, &s.picture)) continue;
             SCOPED_TRACE(std::string(format) + " " + s.name);
             const std::string path = dir.file(std::string(s.name) + "." + zntFormatGetDefaultSuffix(f));
-            ASSERT_EQ(save(path, s.picture, format, [](FormatParams &p) { p.jpegQuality = 98; }), 0);
+            // The program saves every format but JPEG at quality 100, which the newer codecs take as lossless.
+            void (*quality)(FormatParams &) = lossy ? [](FormatParams &p) { p.jpegQuality = 98; }
+                                                    : [](FormatParams &p) { p.jpegQuality = 100; };
+            ASSERT_EQ(save(path, s.picture, format, quality), 0);
             Loaded back;
             load(back, path);
             ASSERT_EQ(back.status, 0) << back.message;
@@ -90,12 +106,13 @@ TEST(RoundTrip, EveryKindInEveryWritableFormat) {
             if (lossy) {
                 EXPECT_LT(meanDifference(got, want), 3.0);
             } else {
-                EXPECT_EQ(maxDifference(got, want), 0);
+                EXPECT_LE(maxDifference(got, want), losslessTolerance(format));
+                EXPECT_GE(maxDifference(got, want), 0) << "the size is kept";
             }
             ++tried;
         }
     }
-    EXPECT_GE(tried, 40);
+    EXPECT_GE(tried, 60);
 }
 
 TEST(RoundTrip, KindsComeBackAsTheyWent) {
@@ -115,6 +132,21 @@ TEST(RoundTrip, KindsComeBackAsTheyWent) {
         load(back, dir.file("g"));
         EXPECT_EQ(back.picture.type, ZNT_GREY);
         EXPECT_EQ(back.picture.numberOfColors, 16) << "grey levels are kept";
+    }
+    Sample grey("grey", ZNT_GREY), rgba("rgba", ZNT_RGBA);
+    for (const char *format : {"jxl", "jp2", "j2k"}) {
+        SCOPED_TRACE(format);
+        Loaded back;
+        ASSERT_EQ(save(dir.file("g"), grey.picture, format), 0);
+        load(back, dir.file("g"));
+        EXPECT_EQ(back.picture.type, ZNT_GREY);
+    }
+    for (const char *format : {"webp", "heif", "avif", "jxl", "jp2", "j2k"}) {
+        SCOPED_TRACE(format);
+        Loaded back;
+        ASSERT_EQ(save(dir.file("a"), rgba.picture, format), 0);
+        load(back, dir.file("a"));
+        EXPECT_EQ(back.picture.type, ZNT_RGBA) << "alpha is kept, lossy or not";
     }
     for (const char *format : {"png", "gif"}) {
         SCOPED_TRACE(format);
@@ -188,6 +220,51 @@ TEST(RoundTrip, SaveOptions) {
     }
 }
 
+// A photograph-like picture: smooth shading with grain, which lossy coding
+// keeps close and lossless coding cannot shrink much.
+struct Photo {
+    Picture picture{};
+    Photo() {
+        const int w = 96, h = 64;
+        EXPECT_TRUE(zntAllock(&picture, ZNT_RGB, 8, w, h));
+        uint32_t seed = 7;
+        for (int y = 0; y < h; ++y)
+            for (int x = 0; x < w; ++x) {
+                seed = seed * 1664525u + 1013904223u;
+                uint8_t *p = picture.data + size_t(y) * picture.bytesPerLine + 3 * size_t(x);
+                const int grain = int(seed >> 29);
+                p[0] = uint8_t(x * 2 + grain), p[1] = uint8_t(y * 3 + grain), p[2] = uint8_t(150 - x + grain);
+            }
+    }
+    ~Photo() { zntFree(&picture); }
+};
+
+TEST(RoundTrip, NewerCodecsSaveSmallerAtLowerQualities) {
+    Photo photo;
+    testsupport::TempDir dir;
+    for (const char *format : {"webp", "heif", "avif", "jxl", "jp2", "j2k"}) {
+        SCOPED_TRACE(format);
+        size_t sizes[3] = {};
+        const int qualities[3] = {100, 90, 40};
+        for (int i = 0; i < 3; ++i) {
+            FormatParams params;
+            zntDefaultParams(&params);
+            params.formatIndex = int16_t(zntFormatGetIndex(format));
+            params.jpegQuality = uint16_t(qualities[i]);
+            const std::string path = dir.file("q" + std::to_string(qualities[i]));
+            ASSERT_EQ(zntSave(path.c_str(), &photo.picture, &params, 0), 0);
+            sizes[i] = testsupport::readBytes(path).size();
+            Loaded back;
+            load(back, path);
+            ASSERT_EQ(back.status, 0) << back.message;
+            const double difference = meanDifference(toRgba(back.picture), toRgba(photo.picture));
+            EXPECT_LT(difference, qualities[i] == 100 ? 0.5 : qualities[i] == 90 ? 3.0 : 8.0) << qualities[i];
+        }
+        EXPECT_GT(sizes[0], sizes[1]);
+        EXPECT_GT(sizes[1], sizes[2]);
+    }
+}
+
 TEST(RoundTrip, TiffJpegCompressionIsLossyButClose) {
     Sample rgb("rgb", ZNT_RGB), grey("grey", ZNT_GREY);
     testsupport::TempDir dir;
@@ -243,6 +320,7 @@ TEST(RoundTrip, MultiPageTiff) {
 TEST(RoundTrip, SimpleConversionFitsEveryFormat) {
     Sample samples[] = {{"binary", ZNT_BINARY}, {"grey", ZNT_GREY}, {"palette", ZNT_PALETTE, 200}, {"rgba", ZNT_RGBA}};
     for (int f = 0; f < zntCount(); ++f) {
+        if (!zntFormatIsWritable(f)) continue;
         for (Sample &s : samples) {
             SCOPED_TRACE(std::string(zntFormatGetName(f)) + " " + s.name);
             Picture converted{};

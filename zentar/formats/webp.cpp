@@ -3,8 +3,8 @@
 // alpha; it is decoded incrementally, so that rows are reported as they
 // come and a truncated file can give the rows it holds. Each frame of an
 // animation is a page as large as the canvas, composed with the frames
-// before it (blending and disposal applied); its delay is in the file
-// information.
+// before it (blending and disposal applied), RGBA when the canvas has any
+// transparency; its delay is in the file information.
 //
 // Writing: a quality of 100 saves losslessly (the colour under fully
 // transparent pixels kept), any lower one lossy at that quality. WebP holds
@@ -143,7 +143,7 @@ OpStatus readStill(Bytes bytes, const WebPBitstreamFeatures &features, const Loa
 }
 
 // Frame `page` of an animation, composed on the canvas.
-OpStatus readFrame(Bytes bytes, const WebPBitstreamFeatures &features, const LoadRequest &request,
+OpStatus readFrame(Bytes bytes, const LoadRequest &request,
                    OwnedPicture &out, std::string &message) {
     const WebPData data{bytes.data(), bytes.size()};
     {
@@ -180,7 +180,11 @@ OpStatus readFrame(Bytes bytes, const WebPBitstreamFeatures &features, const Loa
         }
         if (progress.row(frame)) return ZNT_STOPPED;
     }
-    const bool alpha = features.has_alpha != 0;
+    // Disposal can leave a canvas transparent even where no frame has alpha:
+    // the canvas itself decides.
+    bool alpha = false;
+    const size_t canvasBytes = size_t(info.canvas_width) * info.canvas_height * 4;
+    for (size_t i = 3; i < canvasBytes && !alpha; i += 4) alpha = canvas[i] != 255;
     if (!out.allocate(alpha ? ZNT_RGBA : ZNT_RGB, 8, info.canvas_width, info.canvas_height)) return ZNT_NO_MEMORY;
     Picture &pic = out.get();
     pic.colorModel = alpha ? ZNT_CM_RGBA : ZNT_CM_RGB;
@@ -199,7 +203,7 @@ OpStatus readFrame(Bytes bytes, const WebPBitstreamFeatures &features, const Loa
 OpStatus readPixels(const Source &source, const LoadRequest &request, OwnedPicture &out, std::string &message) {
     WebPBitstreamFeatures features;
     if (const OpStatus s = readFeatures(source.bytes, features, message); s != ZNT_OK) return s;
-    if (features.has_animation) return readFrame(source.bytes, features, request, out, message);
+    if (features.has_animation) return readFrame(source.bytes, request, out, message);
     if (request.page != 0) {
         message = "No frame " + std::to_string(request.page + 1);
         return ZNT_BAD_FILE;
