@@ -114,7 +114,10 @@ enum {
     ZNT_LOAD_REDUCED = 0x400,       /* with reducedWidth/Height set: a quick load for a thumbnail,
                                        at least that size where the file is larger, possibly
                                        smaller than the file (JPEG: its EXIF thumbnail or a
-                                       1/2 to 1/8 DCT scaling). Other formats load in full. */
+                                       1/2 to 1/8 DCT scaling; JPEG 2000: fewer resolution
+                                       levels; HEIF and AVIF: the image's thumbnail; camera
+                                       raw: the embedded preview, else a half-size
+                                       development). Other formats load in full. */
     ZNT_SAVE_VERBOSE = 0x1,
     ZNT_SAVE_ALWAYS = 0x4,
     ZNT_SAVE_EXTRA = 0xC0

@@ -1,5 +1,6 @@
-// Start-up with files on the command line: each loads, a file that cannot be
-// read is reported on standard error with its message, and the program
+// Start-up with files on the command line: each loads (the newer formats
+// too: WebP, AVIF, JPEG XL, a camera raw file and a PDF), a file that cannot
+// be read is reported on standard error with its message, and the program
 // still shows a window. And window dumps of the X server's dump tool at every
 // depth read back as the screen showed them (screen capture relies on it).
 #include <gtest/gtest.h>
@@ -8,7 +9,9 @@
 
 #include <cstdio>
 
+#include "dng_file.h"
 #include "harness.h"
+#include "picture_files.h"
 #include "test_files.h"
 
 using namespace guitest;
@@ -26,6 +29,22 @@ TEST(StartupLoading, MissingAndBrokenFilesAreReported) {
     EXPECT_TRUE(app.waitForErrors("Corrupt image\n")) << app.errors();
     EXPECT_NE(waitForWindow(server.display(), "TolvaInit"), 0u) << "a window stays open";
     EXPECT_EQ(app.errors().find(good), std::string::npos) << "a file that loads is not reported";
+}
+
+TEST(StartupLoading, NewerFormatsOpen) {
+    TempDir dir;
+    const std::string png = dataPath("conformance/pngsuite/png/basn2c08.png");
+    ASSERT_TRUE(testsupport::runTool({testsupport::requireTool("cwebp"), "-quiet", png, "-o", dir.file("a.webp")}));
+    ASSERT_TRUE(testsupport::runTool({testsupport::requireTool("heif-enc"), "-A", "-o", dir.file("a.avif"), png}));
+    ASSERT_TRUE(testsupport::runTool({testsupport::requireTool("cjxl"), png, dir.file("a.jxl")}));
+    testsupport::writeFile(dir.file("a.ps"), "%!PS\n0 0 100 100 rectfill showpage\n");
+    ASSERT_TRUE(testsupport::runTool({testsupport::requireTool("gs"), "-q", "-dSAFER", "-dBATCH", "-dNOPAUSE",
+                                      "-sDEVICE=pdfwrite", "-sOutputFile=" + dir.file("a.pdf"), dir.file("a.ps")}));
+    ASSERT_TRUE(testsupport::writeTestDng(dir.file("a.dng")));
+    XServer server;
+    App app(server, {dir.file("a.webp"), dir.file("a.avif"), dir.file("a.jxl"), dir.file("a.dng"), dir.file("a.pdf")});
+    EXPECT_NE(waitForWindow(server.display(), "TolvaInit"), 0u);
+    EXPECT_EQ(app.errors(), "") << "every file loads";
 }
 
 namespace {
