@@ -75,6 +75,8 @@ namespace {
     const int out = open(outputFile, O_WRONLY | O_CREAT | O_TRUNC, 0600);
     const int err = open(errorFile, O_WRONLY | O_CREAT | O_TRUNC, 0600);
     if (in < 0 || out < 0 || err < 0 || dup2(in, 0) < 0 || dup2(out, 1) < 0 || dup2(err, 2) < 0) _exit(127);
+    // Nothing else of ours (the display connection, files, pipes) reaches the child.
+    close_range(3, ~0u, 0);
     execve(argv[0], argv, environ);
     _exit(127);
 }

@@ -2,7 +2,8 @@
 // to an interpreter installed on the machine. A child is started from an
 // argument vector (never through a shell), in a process group of its own so
 // that everything it starts can be ended with it, with its standard input
-// from /dev/null, its output into files the caller names, a cap on the size
+// from /dev/null, its output into files the caller names, no other file of
+// ours open, a cap on the size
 // of any file it writes, and a time limit after which it is killed. While
 // it runs the caller is asked at short intervals whether to stop, so that a
 // progress function keeps the interface alive.

@@ -59,9 +59,10 @@ const Case kCases[] = {
 };
 
 // Whether a cut file loads the part it holds when errors are ignored: the
-// HEIF codecs and the JPEG XL decoder need the whole of the coded picture.
+// HEIF codecs and the JPEG XL decoder need the whole of the coded picture,
+// and JPEG 2000 is only decoded strictly.
 bool loadsWhatACutFileHolds(const char *format) {
-    for (const char *whole : {"tiff", "heif", "avif", "jxl"})
+    for (const char *whole : {"tiff", "heif", "avif", "jxl", "jp2", "j2k"})
         if (std::strcmp(format, whole) == 0) return false;
     return true;
 }
@@ -173,6 +174,30 @@ TEST(BadInput, HugeJpeg2000IsRefusedBeforeDecoding) {
     Loaded l;
     load(l, dir.file("huge.j2k"), 0, ZNT_LOAD_IGNORE_ERRORS);
     EXPECT_EQ(l.status, ZNT_NO_MEMORY);
+}
+
+TEST(BadInput, DamagedJpeg2000FoundByFuzzing) {
+    for (const char *name : {"bad/overlong-tile-part.j2k", "bad/lenient-decoder.j2k"}) {
+        SCOPED_TRACE(name);
+        for (uint32_t flags : {0u, uint32_t(ZNT_LOAD_IGNORE_ERRORS), uint32_t(ZNT_LOAD_IGNORE_ERRORS | ZNT_LOAD_REDUCED)}) {
+            FormatParams params;
+            zntDefaultParams(&params);
+            params.flags = flags;
+            params.reducedWidth = params.reducedHeight = 16;
+            Picture picture{};
+            EXPECT_NE(zntLoad(testsupport::dataPath(name).c_str(), &picture, &params, nullptr), 0);
+            EXPECT_EQ(picture.data, nullptr);
+        }
+    }
+}
+
+TEST(BadInput, HeifImagesThatReferToThemselves) {
+    Loaded l;
+    load(l, testsupport::dataPath("bad/self-reference.heic"));
+    EXPECT_EQ(l.status, ZNT_BAD_FILE);
+    FileInformation info{};
+    zntFileInformation(testsupport::dataPath("bad/self-reference.heic").c_str(), -1, 0, &info);
+    zntFileInformationFree(&info);
 }
 
 TEST(BadInput, WindowDumpWhosePixelSizeDoesNotFitItsDepth) {

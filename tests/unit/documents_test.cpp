@@ -10,6 +10,7 @@
 #include <cstring>
 #include <dirent.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include "child_process.h"
 #include "picture_files.h"
@@ -213,7 +214,15 @@ TEST(ChildProcess, TimeLimitFileSizeCapAndExitStatus) {
     ASSERT_EQ(stat(dir.file("zeros").c_str(), &st), 0);
     EXPECT_LE(st.st_size, 1 << 20);
 
+    // Only the three standard files reach the child, whatever we have open.
     limits = ChildLimits{};
+    int fds[2];
+    ASSERT_EQ(pipe(fds), 0);
+    ASSERT_TRUE(runChild({findProgram("ls"), "/proc/self/fd"}, dir.file("fds"), "", limits).succeeded());
+    close(fds[0]);
+    close(fds[1]);
+    EXPECT_EQ(testsupport::readFile(dir.file("fds")), "0\n1\n2\n3\n") << "3 is the listing itself";
+
     EXPECT_TRUE(runChild({findProgram("true")}, "", "", limits).succeeded());
     EXPECT_EQ(runChild({findProgram("false")}, "", "", limits).exitCode, 1);
     EXPECT_EQ(runChild({dir.file("no-such-program")}, "", "", limits).exitCode, 127);

@@ -12,6 +12,7 @@
 //
 // Writing: a quality of 100 saves losslessly (4:4:4, RGB matrix), any lower
 // one lossy at that quality with 4:2:0 chroma.
+#include "../bytes.h"
 #include "../format.h"
 #include "../pixels.h"
 
@@ -97,7 +98,120 @@ OpStatus statusOf(const heif_error &error, std::string &message) {
     }
 }
 
+// The library decodes a derived image (a grid, an overlay, an identity
+// transform) by decoding the images it refers to, and an image's alpha by
+// decoding its auxiliary image, recursively and without a bound: a file
+// whose references go round in a circle, or very deep, would exhaust the
+// stack (or never end). The references are checked here first, from the "iref" box of the
+// top-level "meta" box.
+constexpr int kMaxReferenceDepth = 32;
+constexpr size_t kMaxReferences = 100000;
+
+// The children of a box, each as its four-character type and its body.
+template <typename Visit>
+bool forEachBox(Bytes bytes, Visit visit) {
+    size_t at = 0;
+    while (at + 8 <= bytes.size()) {
+        uint64_t size = readBe32(bytes.data() + at);
+        size_t header = 8;
+        if (size == 1) {
+            if (at + 16 > bytes.size()) return false;
+            size = uint64_t(readBe32(bytes.data() + at + 8)) << 32 | readBe32(bytes.data() + at + 12);
+            header = 16;
+        } else if (size == 0) {
+            size = bytes.size() - at;
+        }
+        if (size < header || size > bytes.size() - at) return false;
+        const std::string_view type(reinterpret_cast<const char *>(bytes.data() + at + 4), 4);
+        if (!visit(type, bytes.subspan(at + header, size_t(size) - header))) return false;
+        at += size_t(size);
+    }
+    return true;
+}
+
+bool referencesAreSafe(Bytes file) {
+    // Edges from an image to the images decoding it needs.
+    std::vector<std::pair<uint32_t, uint32_t>> edges;
+    auto readIref = [&](Bytes iref) {
+        if (iref.size() < 4) return false;
+        const bool wide = iref[0] != 0;   // version 1: 32-bit item numbers
+        const size_t idBytes = wide ? 4 : 2;
+        auto id = [&](const uint8_t *p) { return wide ? readBe32(p) : uint32_t(readBe16(p)); };
+        return forEachBox(iref.subspan(4), [&](std::string_view type, Bytes body) {
+            if (body.size() < idBytes + 2) return true;
+            const uint32_t from = id(body.data());
+            const size_t count = std::min<size_t>(readBe16(body.data() + idBytes), (body.size() - idBytes - 2) / idBytes);
+            for (size_t i = 0; i < count && edges.size() < kMaxReferences; ++i) {
+                const uint32_t to = id(body.data() + idBytes + 2 + i * idBytes);
+                if (type == "dimg") edges.emplace_back(from, to);   // a derived image needs its sources
+                if (type == "auxl") edges.emplace_back(to, from);   // an image needs its alpha
+            }
+            return true;
+        });
+    };
+    const bool parsed = forEachBox(file, [&](std::string_view type, Bytes body) {
+        if (type != "meta" || body.size() < 4) return true;
+        return forEachBox(body.subspan(4), [&](std::string_view inner, Bytes innerBody) {
+            return inner != "iref" || readIref(innerBody);
+        });
+    });
+    if (!parsed || edges.size() >= kMaxReferences) return parsed;   // a broken box: the library says what is wrong
+    std::sort(edges.begin(), edges.end());
+    edges.erase(std::unique(edges.begin(), edges.end()), edges.end());
+    // A depth-first walk: meeting an image already on the path is a circle;
+    // each image finished gets the length of the longest chain below it.
+    std::vector<uint32_t> nodes;
+    for (const auto &e : edges) nodes.push_back(e.first);
+    nodes.erase(std::unique(nodes.begin(), nodes.end()), nodes.end());
+    auto indexOf = [&](uint32_t item) {
+        const auto at = std::lower_bound(nodes.begin(), nodes.end(), item);
+        return at != nodes.end() && *at == item ? size_t(at - nodes.begin()) : nodes.size();
+    };
+    auto firstEdge = [&](size_t node) {
+        return size_t(std::lower_bound(edges.begin(), edges.end(), std::make_pair(nodes[node], 0u)) - edges.begin());
+    };
+    constexpr int kUnseen = -2, kOnPath = -1;
+    std::vector<int> height(nodes.size(), kUnseen);
+    struct Frame {
+        size_t node, next;
+        int below;   // the longest chain below, so far
+    };
+    std::vector<Frame> path;
+    for (size_t start = 0; start < nodes.size(); ++start) {
+        if (height[start] != kUnseen) continue;
+        path.push_back({start, firstEdge(start), 0});
+        height[start] = kOnPath;
+        while (!path.empty()) {
+            Frame &f = path.back();
+            if (f.next < edges.size() && edges[f.next].first == nodes[f.node]) {
+                const size_t to = indexOf(edges[f.next++].second);
+                if (to == nodes.size()) {
+                    f.below = std::max(f.below, 1);   // an image that needs nothing more
+                } else if (height[to] == kOnPath) {
+                    return false;
+                } else if (height[to] >= 0) {
+                    f.below = std::max(f.below, height[to]);
+                } else {
+                    height[to] = kOnPath;
+                    path.push_back({to, firstEdge(to), 0});
+                }
+            } else {
+                const int h = f.below + 1;
+                height[f.node] = h;
+                path.pop_back();
+                if (int(path.size()) + h > kMaxReferenceDepth) return false;
+                if (!path.empty()) path.back().below = std::max(path.back().below, h);
+            }
+        }
+    }
+    return true;
+}
+
 OpStatus openContext(Bytes bytes, Context &context, std::string &message) {
+    if (!referencesAreSafe(bytes)) {
+        message = "Bad HEIF file: its images refer to each other in a circle or too deeply";
+        return ZNT_BAD_FILE;
+    }
     context.reset(heif_context_alloc());
     if (!context) return ZNT_NO_MEMORY;
     heif_context_set_maximum_image_size_limit(context.get(), kMaxAvifSidePx);

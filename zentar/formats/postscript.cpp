@@ -174,10 +174,12 @@ const char *documentName(Kind kind) { return kind == Kind::pdf ? "document.pdf" 
 OpStatus queryPdf(const std::string &gs, Bytes bytes, bool firstOnly, Header &header) {
     TempFolder folder;
     if (!folder.ok() || !writeWhole(folder.file(documentName(Kind::pdf)), bytes)) return ZNT_CANT_READ;
+    // Each answer on a line of its own with a mark, since the interpreter
+    // may also print warnings about a damaged file.
     const std::string program = psString(folder.file(documentName(Kind::pdf))) +
-                                " (r) file runpdfbegin pdfpagecount dup = " + (firstOnly ? "pop 1 " : "") +
-                                "1 1 3 -1 roll { pdfgetpage dup /MediaBox pget { == } { (none) = } ifelse "
-                                "/Rotate pget { = } { 0 = } ifelse } for quit";
+                                " (r) file runpdfbegin (Pages: ) print pdfpagecount dup = " + (firstOnly ? "pop 1 " : "") +
+                                "1 1 3 -1 roll { pdfgetpage (Box: ) print dup /MediaBox pget { ==only } { (none) print } "
+                                "ifelse ( ) print /Rotate pget { = } { 0 = } ifelse } for quit";
     const std::vector<std::string> argv = {gs, "-q", "-dNODISPLAY", "-dSAFER", "-dBATCH", "-dNOPAUSE",
                                            "--permit-file-read=" + folder.path() + "/", "-c", program};
     ChildLimits limits;
@@ -190,32 +192,26 @@ OpStatus queryPdf(const std::string &gs, Bytes bytes, bool firstOnly, Header &he
                                       : "Ghostscript cannot read the PDF file";
         return ZNT_BAD_FILE;
     }
-    // The count, then for each page its media box ("[0 0 595 842]") and rotation.
+    // "Pages: 2", then for each page "Box: [0 0 595 842] 90" (its media box and rotation).
     const std::string_view t = text(out.bytes());
-    std::vector<std::string_view> lines;
-    for (size_t pos = 0; pos < t.size() && lines.size() < 2 * kMaxPages + 1;) {
-        const size_t end = std::min(t.find('\n', pos), t.size());
-        lines.push_back(t.substr(pos, end - pos));
-        pos = end + 1;
-    }
     double count = 0;
-    if (lines.empty() || numbersAfter(lines[0], &count, 1) != 1 || count < 1) {
-        header.message = "The PDF file has no pages";
-        return ZNT_BAD_FILE;
-    }
-    const size_t pages = std::min(firstOnly ? size_t(1) : size_t(std::min<double>(count, kMaxPages)),
-                                  (lines.size() - 1) / 2);
-    for (size_t i = 0; i < pages; ++i) {
-        std::string box(lines[1 + 2 * i]);
-        std::replace(box.begin(), box.end(), '[', ' ');
-        double b[4] = {0, 0, kLetterWidthPt, kLetterHeightPt};
-        double rotate = 0;
-        if (numbersAfter(box, b, 4) != 4 || b[2] == b[0] || b[3] == b[1])
-            b[0] = 0, b[1] = 0, b[2] = kLetterWidthPt, b[3] = kLetterHeightPt;
-        numbersAfter(lines[2 + 2 * i], &rotate, 1);
-        double w = std::fabs(b[2] - b[0]), h = std::fabs(b[3] - b[1]);
-        if (std::lround(rotate / 90) % 2 != 0) std::swap(w, h);
-        header.images.push_back(ZntSubImage{ZNT_CM_RGB, pointsToPixels(w, 72), pointsToPixels(h, 72), 8});
+    for (size_t pos = 0; pos < t.size();) {
+        const size_t end = std::min(t.find('\n', pos), t.size());
+        const std::string_view line = t.substr(pos, end - pos);
+        pos = end + 1;
+        if (line.starts_with("Pages: ")) {
+            numbersAfter(line.substr(7), &count, 1);
+        } else if (line.starts_with("Box: ") && count >= 1 && header.images.size() < kMaxPages) {
+            std::string box(line.substr(5));
+            std::replace(box.begin(), box.end(), '[', ' ');
+            std::replace(box.begin(), box.end(), ']', ' ');
+            double b[5] = {0, 0, kLetterWidthPt, kLetterHeightPt, 0};
+            if (numbersAfter(box, b, 5) < 4 || b[2] == b[0] || b[3] == b[1])
+                b[0] = 0, b[1] = 0, b[2] = kLetterWidthPt, b[3] = kLetterHeightPt;
+            double w = std::fabs(b[2] - b[0]), h = std::fabs(b[3] - b[1]);
+            if (std::lround(b[4] / 90) % 2 != 0) std::swap(w, h);
+            header.images.push_back(ZntSubImage{ZNT_CM_RGB, pointsToPixels(w, 72), pointsToPixels(h, 72), 8});
+        }
     }
     if (header.images.empty()) {
         header.message = "The PDF file has no pages";
