@@ -132,7 +132,8 @@ OpStatus readPixels(const Source &source, const LoadRequest &request, OwnedPictu
         return ZNT_INTERNAL;
 
     const Bytes bytes = source.bytes;
-    const size_t slice = std::max<size_t>(bytes.size() / 16, 64 * 1024);
+    // Without a progress function there is nothing to do between slices.
+    const size_t slice = request.progress == nullptr ? bytes.size() : std::max<size_t>(bytes.size() / 16, 64 * 1024);
     size_t fed = std::min(bytes.size(), slice), consumed = 0;
     JxlDecoderSetInput(decoder.get(), bytes.data(), fed);
     if (fed == bytes.size()) JxlDecoderCloseInput(decoder.get());
