@@ -73,6 +73,14 @@ TEST(CameraRaw, AFullLoadDevelopsTheSensorData) {
     Loaded second;
     load(second, dir.file("camera.dng"), 1);
     EXPECT_EQ(second.status, ZNT_BAD_FILE) << "one page";
+
+    // Development reports its stages, and stops when asked.
+    FormatParams params;
+    zntDefaultParams(&params);
+    params.progressFunction = [](int, int, void *) { return 1; };
+    Picture stopped{};
+    EXPECT_EQ(zntLoad(dir.file("camera.dng").c_str(), &stopped, &params, nullptr), ZNT_STOPPED);
+    EXPECT_EQ(stopped.data, nullptr);
 }
 
 TEST(CameraRaw, QuickLoadsTakeThePreviewWhenItIsLargeEnough) {

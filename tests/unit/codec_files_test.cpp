@@ -274,3 +274,32 @@ TEST(Loading, ReducedJpeg2000LoadsDecodeOnlyTheLevelsNeeded) {
         zntFree(&picture);
     }
 }
+
+TEST(Loading, NewerCodecsReportProgressAndStopWhenAsked) {
+    TempDir dir;
+    Drawn rgb(ZNT_RGB, 96, 64);
+    for (const char *format : {"webp", "heif", "avif", "jxl", "jp2", "j2k"}) {
+        SCOPED_TRACE(format);
+        const std::string path = dir.file(std::string("p.") + format);
+        ASSERT_EQ(save(path, rgb.picture, format), 0);
+        for (bool stop : {false, true}) {
+            struct Count {
+                int calls = 0;
+                bool stop = false;
+            } count{0, stop};
+            FormatParams params;
+            zntDefaultParams(&params);
+            params.progressUserData = &count;
+            params.progressFunction = [](int, int, void *data) {
+                auto *c = static_cast<Count *>(data);
+                ++c->calls;
+                return c->stop ? 1 : 0;
+            };
+            Picture picture{};
+            EXPECT_EQ(zntLoad(path.c_str(), &picture, &params, nullptr), stop ? ZNT_STOPPED : ZNT_OK);
+            EXPECT_EQ(picture.data == nullptr, stop);
+            EXPECT_GE(count.calls, 1);
+            zntFree(&picture);
+        }
+    }
+}

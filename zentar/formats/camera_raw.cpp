@@ -133,6 +133,7 @@ OpStatus open(Bytes bytes, const LoadRequest *request, Opened &o, std::string &m
         raw.set_progress_handler(onProgress, &o.progress);
     }
     const int code = raw.open_buffer(const_cast<uint8_t *>(bytes.data()), bytes.size());
+    if (o.progress.stop) return ZNT_STOPPED;
     if (code != LIBRAW_SUCCESS) {
         message = "Unsupported camera raw file";
         return statusOf(code) == ZNT_CORRUPT ? ZNT_CORRUPT : ZNT_BAD_FILE;
