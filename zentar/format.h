@@ -137,9 +137,9 @@ public:
 
 enum class Signature {
     specific,   // a magic number within another format's: tried first
-    exact,   // a magic number: tried after the specific ones
-    weak,    // plausible header values: tried after every exact one
-    none     // no signature: only the file name's suffix selects it
+    exact,      // a magic number: tried after the specific ones
+    weak,       // plausible header values: tried after every exact one
+    none        // no signature: only the file name's suffix selects it
 };
 
 struct Format {
