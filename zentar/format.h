@@ -11,7 +11,9 @@
 // format_table.cpp and the file in ZENTAR_SOURCES. Nothing else changes:
 // detection, the C API, information, saving and the save kinds all read
 // the table. Give a format without a magic number Signature::none (its
-// suffixes select it) or Signature::weak (tried after every exact one).
+// suffixes select it) or Signature::weak (tried after every exact one), and
+// one whose files also carry another format's magic number (a camera raw
+// file is a TIFF) Signature::specific.
 #pragma once
 
 #include "zentar.h"
@@ -50,6 +52,10 @@ struct Header {
 // whole file to count its frames (GIF) reports the first one only.
 constexpr uint32_t kInfoQuick = ZNT_INFO_QUICK;
 
+// The largest picture zntAllock makes: a side, and its pixel buffer.
+constexpr uint64_t kLargestSidePx = uint64_t(1) << 20;
+constexpr uint64_t kLargestPictureBytes = uint64_t(4) << 30;
+
 // One load of one page.
 struct LoadRequest {
     int page = 0;
@@ -65,11 +71,20 @@ struct LoadRequest {
     }
 
     // The caller's read options: the geometry of files without a header (raw,
-    // YUV), the Photo CD size, the GROB grey levels, the film look-up table.
+    // YUV), the Photo CD size, the GROB grey levels, the film look-up table,
+    // the resolution and page size of rendered documents.
     // Null for the library's defaults (zntDefaultParams); options() gives
     // whichever applies.
     const FormatParams *params = nullptr;
     const FormatParams &options() const;
+
+    // Whether a picture of this size would be refused by the allocator or
+    // by maxPixels: readers that hand the decoding to a codec library ask
+    // before the library allocates anything of that size.
+    bool refusesSize(uint64_t width, uint64_t height, unsigned bytesPerPixel) const {
+        if (width == 0 || height == 0 || width > kLargestSidePx || height > kLargestSidePx) return true;
+        return width * height * bytesPerPixel > kLargestPictureBytes || tooLarge(width, height);
+    }
 };
 
 // Reports rows as they arrive. `row` answers true when the caller asked to
@@ -126,9 +141,10 @@ public:
 };
 
 enum class Signature {
-    exact,   // a magic number: tried first
-    weak,    // plausible header values: tried after every exact one
-    none     // no signature: only the file name's suffix selects it
+    specific,   // a magic number within another format's: tried first
+    exact,      // a magic number: tried after the specific ones
+    weak,       // plausible header values: tried after every exact one
+    none        // no signature: only the file name's suffix selects it
 };
 
 struct Format {
@@ -173,6 +189,16 @@ extern const Format kIffFormat;
 extern const Format kXbmFormat;
 extern const Format kXpmFormat;
 extern const Format kSoftFormat;
+extern const Format kWebpFormat;
+extern const Format kHeifFormat;
+extern const Format kAvifFormat;
+extern const Format kJxlFormat;
+extern const Format kJp2Format;
+extern const Format kJ2kFormat;
+extern const Format kCameraRawFormat;
+extern const Format kEpsFormat;
+extern const Format kPsFormat;
+extern const Format kPdfFormat;
 
 // The table, in index order.
 std::span<const Format *const> formats();

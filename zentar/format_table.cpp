@@ -20,6 +20,8 @@ const Format *const kFormats[] = {
     &kDpxFormat, &kCineonFormat, &kGrobFormat, &kRawFormat, &kYuvFormat, &kPcdFormat, &kIcoFormat, &kCurFormat,
     &kTgaFormat, &kPcxFormat, &kDcxFormat, &kSgiFormat, &kSunFormat, &kIffFormat, &kXbmFormat, &kXpmFormat,
     &kSoftFormat,
+    &kWebpFormat, &kHeifFormat, &kAvifFormat, &kJxlFormat, &kJp2Format, &kJ2kFormat, &kCameraRawFormat,
+    &kEpsFormat, &kPsFormat, &kPdfFormat,
 };
 
 std::string lower(std::string_view text) {
@@ -75,7 +77,7 @@ int indexOfFormat(const Format *format) {
 }
 
 int detectFormat(Bytes head, std::string_view fileName) {
-    for (Signature pass : {Signature::exact, Signature::weak}) {
+    for (Signature pass : {Signature::specific, Signature::exact, Signature::weak}) {
         for (size_t i = 0; i < std::size(kFormats); ++i) {
             const Format &f = *kFormats[i];
             if (f.signature == pass && f.sniff != nullptr && f.sniff(head)) return int(i);

@@ -188,7 +188,8 @@ OpStatus zntLoad(const char *fileName, Picture *picture, FormatParams *params, F
     if (format == nullptr) return ZNT_UNKNOWN_FORMAT;
     std::string message;
     const OpStatus status = loadFromBytes(*format, Source{bytes, fileName}, requestFrom(params), *picture, message);
-    if (status == ZNT_BAD_FILE && info != nullptr)
+    // A format that needs a missing program says which one with ZNT_UNKNOWN_FORMAT.
+    if ((status == ZNT_BAD_FILE || (status == ZNT_UNKNOWN_FORMAT && !message.empty())) && info != nullptr)
         std::snprintf(info->message, sizeof info->message, "%s", message.c_str());
     return status;
 }

@@ -114,7 +114,10 @@ enum {
     ZNT_LOAD_REDUCED = 0x400,       /* with reducedWidth/Height set: a quick load for a thumbnail,
                                        at least that size where the file is larger, possibly
                                        smaller than the file (JPEG: its EXIF thumbnail or a
-                                       1/2 to 1/8 DCT scaling). Other formats load in full. */
+                                       1/2 to 1/8 DCT scaling; JPEG 2000: fewer resolution
+                                       levels; HEIF and AVIF: the image's thumbnail; camera
+                                       raw: the embedded preview, else a half-size
+                                       development). Other formats load in full. */
     ZNT_SAVE_VERBOSE = 0x1,
     ZNT_SAVE_ALWAYS = 0x4,
     ZNT_SAVE_EXTRA = 0xC0
@@ -180,7 +183,8 @@ typedef struct ZntSubImage {
 
 /* Filled by zntFileInformation (arrays and comment allocated, released by
  * zntFileInformationFree). zntLoad writes only `message`, and only for
- * ZNT_BAD_FILE; it never touches the arrays. */
+ * ZNT_BAD_FILE, or for ZNT_UNKNOWN_FORMAT when the format needs a program
+ * that is not installed (PostScript and PDF); it never touches the arrays. */
 typedef struct FileInformation {
     int16_t formatIndex;
     ZntSubImage *images;             /* imageCount entries, then one ZNT_CM_END entry */
@@ -191,7 +195,7 @@ typedef struct FileInformation {
     uint32_t resolutionX, resolutionY;
     uint16_t orientation;            /* EXIF orientation 1-8, 0 when unknown */
     char *comment;                   /* or NULL */
-    char message[256];               /* the library's text for ZNT_BAD_FILE */
+    char message[256];               /* the library's text for ZNT_BAD_FILE (or a missing program) */
     char typeText[32];               /* printable type for sorting, e.g. "JPEG" */
     char colorText[32];              /* printable colour model, e.g. "RGB" */
     uint64_t fileSize;               /* bytes */

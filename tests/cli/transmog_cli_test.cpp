@@ -182,3 +182,34 @@ TEST(TransmogCli, OlderFormatsToPamAndBack) {
         }
     }
 }
+
+TEST(TransmogCli, NewerFormatsAreListedAndConvertToPamAndBack) {
+    const auto list = transmog({"-formats"});
+    for (const char *line : {" webp  rw webp ", " heif  rw heic ", " avif  rw avif ", " jxl   rw jxl ", " jp2   rw jp2 ",
+                             " j2k   rw j2k ", " camraw r- dng ", " eps   r- eps ", " ps    r- ps ", " pdf   r- pdf "})
+        EXPECT_NE(list.out.find(line), std::string::npos) << line << "\n" << list.out;
+
+    TempDir dir;
+    const std::string rgba = dataPath("conformance/pngsuite/png/basn6a08.png");
+    ASSERT_EQ(transmog({"-out", "pam", "-o", dir.file("a.pam"), rgba}).exitCode, 0);
+    for (const char *format : {"webp", "heif", "avif", "jxl", "jp2", "j2k"}) {
+        SCOPED_TRACE(format);
+        const std::string coded = dir.file(std::string("coded.") + format);
+        auto r = transmog({"-out", format, "-q", "100", "-o", coded, dir.file("a.pam")});
+        ASSERT_EQ(r.exitCode, 0) << r.err;
+        r = transmog({"-out", "pam", "-o", dir.file("b.pam"), coded});
+        ASSERT_EQ(r.exitCode, 0) << r.err;
+        // HEIF and AVIF move a few values by one even when lossless.
+        const std::string heifFamily = "heif avif";
+        if (heifFamily.find(format) == std::string::npos) {
+            EXPECT_EQ(readFile(dir.file("a.pam")), readFile(dir.file("b.pam")));
+        }
+        EXPECT_EQ(readFile(dir.file("b.pam")).size(), readFile(dir.file("a.pam")).size());
+    }
+    // A document page, rendered.
+    testsupport::writeFile(dir.file("page.ps"), "%!PS\n%%BoundingBox: 0 0 40 30\n0 0 20 30 rectfill showpage\n");
+    auto r = transmog({"-out", "pam", "-o", dir.file("page.pam"), dir.file("page.ps")});
+    ASSERT_EQ(r.exitCode, 0) << r.err;
+    r = transmog({"-info", dir.file("page.pam")});
+    EXPECT_NE(r.out.find("pam "), std::string::npos) << r.out;
+}

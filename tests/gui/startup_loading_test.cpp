@@ -1,4 +1,5 @@
-// Start-up with files on the command line: they open in a view, a file that
+// Start-up with files on the command line: they open in a view (the newer
+// formats too: WebP, AVIF, JPEG XL, a camera raw file and a PDF), a file that
 // cannot be read is reported in a message box, and the program still shows
 // a window. And window dumps of the X server's dump tool at every
 // depth read back as the screen showed them (screen capture relies on it).
@@ -8,7 +9,9 @@
 
 #include <cstdio>
 
+#include "dng_file.h"
 #include "harness.h"
+#include "picture_files.h"
 #include "test_files.h"
 
 using namespace guitest;
@@ -34,6 +37,31 @@ TEST(StartupLoading, FilesThatCannotBeReadAreReportedInTheView) {
     EXPECT_TRUE(app.waitForErrors("message: Corrupt image\n")) << app.errors();
     EXPECT_EQ(app.errors().find("message: Can't open file  <" + good), std::string::npos)
         << "a file that loads is not reported";
+}
+
+TEST(StartupLoading, NewerFormatsOpen) {
+    TempDir dir;
+    const std::string png = dataPath("conformance/pngsuite/png/basn2c08.png");
+    ASSERT_TRUE(testsupport::runTool({testsupport::requireTool("cwebp"), "-quiet", png, "-o", dir.file("a.webp")}));
+    ASSERT_TRUE(testsupport::runTool({testsupport::requireTool("heif-enc"), "-A", "-o", dir.file("a.avif"), png}));
+    ASSERT_TRUE(testsupport::runTool({testsupport::requireTool("cjxl"), png, dir.file("a.jxl")}));
+    testsupport::writeFile(dir.file("a.ps"), "%!PS\n0 0 100 100 rectfill showpage\n");
+    ASSERT_TRUE(testsupport::runTool({testsupport::requireTool("gs"), "-q", "-dSAFER", "-dBATCH", "-dNOPAUSE",
+                                      "-sDEVICE=pdfwrite", "-sOutputFile=" + dir.file("a.pdf"), dir.file("a.ps")}));
+    ASSERT_TRUE(testsupport::writeTestDng(dir.file("a.dng")));
+    XServer server;
+    App app(server, {"-v", dir.file("a.webp"), dir.file("a.avif"), dir.file("a.jxl"), dir.file("a.dng"), dir.file("a.pdf")});
+    const Window view = waitForWindow(server.display(), "TolvaView");
+    ASSERT_NE(view, 0u);
+    focusWindow(server.display(), view);
+    // The view holds the five files: each one shows in turn.
+    const char *names[] = {"a.webp", "a.avif", "a.jxl", "a.dng", "a.pdf"};
+    for (int i = 0; i < 5; ++i) {
+        if (i > 0) pressKey(server.display(), "Next");
+        EXPECT_TRUE(app.waitForErrors(std::string("status: ") + names[i] + "|" + std::to_string(i + 1) + " of 5|"))
+            << app.errors();
+    }
+    EXPECT_EQ(app.errors().find("message:"), std::string::npos) << "every file loads: " << app.errors();
 }
 
 namespace {

@@ -67,6 +67,14 @@ const Case kCases[] = {
     {"xpm", ZNT_PALETTE, nullptr},
     {"soft", ZNT_RGBA, [](FormatParams &p) { p.rleCompress = 1; }},
     {"soft", ZNT_RGB, nullptr},
+    {"webp", ZNT_RGB, [](FormatParams &p) { p.jpegQuality = 80; }},
+    {"webp", ZNT_RGBA, [](FormatParams &p) { p.jpegQuality = 100; }},
+    {"heif", ZNT_RGB, nullptr},
+    {"avif", ZNT_RGBA, nullptr},
+    {"jxl", ZNT_RGB, nullptr},
+    {"jxl", ZNT_GREY, [](FormatParams &p) { p.jpegQuality = 100; }},
+    {"jp2", ZNT_RGB, nullptr},
+    {"j2k", ZNT_RGBA, [](FormatParams &p) { p.jpegQuality = 100; }},
 };
 
 // Formats whose last bytes are no pixels: a footer or the end of a C array.
@@ -74,6 +82,15 @@ bool tailIsNoPixels(const char *format) {
     for (const char *f : {"gif", "tiff", "tga", "xbm", "xpm"})
         if (std::strcmp(format, f) == 0) return true;
     return false;
+}
+
+// Whether a cut file loads the part it holds when errors are ignored: the
+// HEIF codecs and the JPEG XL decoder need the whole of the coded picture,
+// and JPEG 2000 is only decoded strictly.
+bool loadsWhatACutFileHolds(const char *format) {
+    for (const char *whole : {"tiff", "heif", "avif", "jxl", "jp2", "j2k"})
+        if (std::strcmp(format, whole) == 0) return false;
+    return true;
 }
 
 }  // namespace
@@ -95,13 +112,12 @@ TEST(BadInput, TruncatedFilesAreRefusedOrLoadWhatTheyHold) {
             load(strict, cut);
             // A GIF missing its trailer, a TIFF the end of its last directory, a TGA
             // part of its footer or an X bitmap or pixmap its closing brace lacks no pixel.
-            const bool tiff = std::strcmp(c.format, "tiff") == 0;
             if (keep < bytes.size() - 3 || !tailIsNoPixels(c.format)) {
                 EXPECT_NE(strict.status, 0);
             }
             EXPECT_EQ(strict.status != 0, strict.picture.data == nullptr);
             // TIFF directories follow the pixels: a cut file has lost its directory.
-            if (keep >= bytes.size() * 2 / 3 && keep < bytes.size() - 3 && !tiff) {
+            if (keep >= bytes.size() * 2 / 3 && keep < bytes.size() - 3 && loadsWhatACutFileHolds(c.format)) {
                 Loaded lenient;
                 load(lenient, cut, 0, ZNT_LOAD_IGNORE_ERRORS);
                 EXPECT_EQ(lenient.status, 0) << "ignoring read errors loads the part that is there";
@@ -164,6 +180,50 @@ TEST(BadInput, HostileHeadersAreRefusedBeforeAllocating) {
     EXPECT_FALSE(zntAllock(&p, ZNT_RGB, 8, 0, 10));
     EXPECT_FALSE(zntAllock(&p, 3, 8, 10, 10)) << "not a picture type";
     EXPECT_EQ(p.data, nullptr);
+}
+
+TEST(BadInput, HugeJpeg2000IsRefusedBeforeDecoding) {
+    // A codestream whose size fields say 100000 x 100000 in one tile.
+    TempDir dir;
+    Source source(ZNT_GREY);
+    ASSERT_EQ(save(dir.file("small.j2k"), source.picture, "j2k"), 0);
+    std::vector<uint8_t> bytes = testsupport::readBytes(dir.file("small.j2k"));
+    ASSERT_GT(bytes.size(), 40u);
+    ASSERT_EQ(bytes[2], 0xff);
+    ASSERT_EQ(bytes[3], 0x51) << "the size marker follows the start of the codestream";
+    for (size_t field : {8, 12, 24, 28}) {   // width, height, tile width, tile height
+        const uint32_t v = 100000;
+        bytes[field] = uint8_t(v >> 24), bytes[field + 1] = uint8_t(v >> 16), bytes[field + 2] = uint8_t(v >> 8),
+        bytes[field + 3] = uint8_t(v);
+    }
+    testsupport::writeBytes(dir.file("huge.j2k"), bytes);
+    Loaded l;
+    load(l, dir.file("huge.j2k"), 0, ZNT_LOAD_IGNORE_ERRORS);
+    EXPECT_EQ(l.status, ZNT_NO_MEMORY);
+}
+
+TEST(BadInput, DamagedJpeg2000FoundByFuzzing) {
+    for (const char *name : {"bad/overlong-tile-part.j2k", "bad/lenient-decoder.j2k"}) {
+        SCOPED_TRACE(name);
+        for (uint32_t flags : {0u, uint32_t(ZNT_LOAD_IGNORE_ERRORS), uint32_t(ZNT_LOAD_IGNORE_ERRORS | ZNT_LOAD_REDUCED)}) {
+            FormatParams params;
+            zntDefaultParams(&params);
+            params.flags = flags;
+            params.reducedWidth = params.reducedHeight = 16;
+            Picture picture{};
+            EXPECT_NE(zntLoad(testsupport::dataPath(name).c_str(), &picture, &params, nullptr), 0);
+            EXPECT_EQ(picture.data, nullptr);
+        }
+    }
+}
+
+TEST(BadInput, HeifImagesThatReferToThemselves) {
+    Loaded l;
+    load(l, testsupport::dataPath("bad/self-reference.heic"));
+    EXPECT_EQ(l.status, ZNT_BAD_FILE);
+    FileInformation info{};
+    zntFileInformation(testsupport::dataPath("bad/self-reference.heic").c_str(), -1, 0, &info);
+    zntFileInformationFree(&info);
 }
 
 TEST(BadInput, WindowDumpWhosePixelSizeDoesNotFitItsDepth) {

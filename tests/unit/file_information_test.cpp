@@ -38,7 +38,8 @@ struct Gradient {
 
 TEST(FormatTable, NamesSuffixesAndLookUps) {
     for (const char *name : {"jpeg", "png", "gif", "tiff", "bmp", "ppm", "pam", "xwd", "tga", "pcx", "dcx", "sgi",
-                             "sun", "iff", "xbm", "xpm", "soft", "dpx", "cin", "grob", "raw"}) {
+                             "sun", "iff", "xbm", "xpm", "soft", "dpx", "cin", "grob", "raw", "webp", "heif", "avif",
+                             "jxl", "jp2", "j2k"}) {
         const int i = zntFormatGetIndex(name);
         ASSERT_GE(i, 0) << name;
         EXPECT_STREQ(zntFormatGetName(i), name);
@@ -49,9 +50,11 @@ TEST(FormatTable, NamesSuffixesAndLookUps) {
         ASSERT_NE(info.saveKinds, nullptr);
         EXPECT_NE(info.saveKinds[0].colorModel, -1);
     }
-    for (const char *name : {"yuv", "pcd", "ico", "cur"}) {
+    for (const char *name : {"yuv", "pcd", "ico", "cur", "camraw", "eps", "ps", "pdf"}) {
+        const int i = zntFormatGetIndex(name);
+        ASSERT_GE(i, 0) << name;
         FormatInformation info;
-        ASSERT_EQ(zntFormatGetInfo(zntFormatGetIndex(name), &info), 0) << name;
+        ASSERT_EQ(zntFormatGetInfo(i, &info), 0);
         EXPECT_TRUE(info.readable && !info.writable) << name;
         EXPECT_EQ(info.saveKinds, nullptr);
     }
@@ -87,7 +90,8 @@ TEST(Sniffing, TheSignatureDecidesNotTheName) {
     Gradient g(20, 10);
     TempDir dir;
     for (const char *format : {"jpeg", "png", "gif", "tiff", "bmp", "ppm", "pam", "xwd", "tga", "pcx", "dcx", "sgi",
-                               "sun", "iff", "xbm", "xpm", "soft", "dpx", "cin", "grob"}) {
+                               "sun", "iff", "xbm", "xpm", "soft", "dpx", "cin", "grob", "webp", "heif", "avif", "jxl",
+                               "jp2", "j2k"}) {
         SCOPED_TRACE(format);
         // True colour where the format holds it, else grey, else black and white.
         Picture grey{}, binary{};

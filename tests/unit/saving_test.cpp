@@ -216,9 +216,14 @@ TEST(Saving, EveryWritableFormatSavesEveryPictureKind) {
             }
             EXPECT_EQ(back.picture.width, 37u);
             EXPECT_EQ(back.picture.height, 23);
-            // Lossless formats keep what they hold; a mask is dropped where there is no room for one.
-            if (hooks.asked == 0 && std::string(name) != "jpeg" && !(type & ZNT_FOURBYTE_MASK)) {
-                EXPECT_EQ(pictest::maxDifference(pictest::toRgba(back.picture), pictest::toRgba(picture.p)), 0);
+            // Every format but JPEG saves losslessly at the quality a save
+            // passes (100); a mask is dropped where there is no room for one.
+            // HEIF and AVIF carry RGB through the codec's own conversion, which
+            // moves some values by one.
+            const std::string shortName = name;
+            if (hooks.asked == 0 && shortName != "jpeg" && !(type & ZNT_FOURBYTE_MASK)) {
+                const int tolerance = shortName == "heif" || shortName == "avif" ? 1 : 0;
+                EXPECT_LE(pictest::maxDifference(pictest::toRgba(back.picture), pictest::toRgba(picture.p)), tolerance);
             }
             ++saved;
         }

@@ -1,0 +1,6 @@
+// Fuzzes the camera raw reader.
+#include "read_format.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+    return fuzzing::readWith(zentar::kCameraRawFormat, data, size);
+}

@@ -1,0 +1,6 @@
+// Fuzzes the webp reader.
+#include "read_format.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+    return fuzzing::readWith(zentar::kWebpFormat, data, size);
+}
