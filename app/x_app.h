@@ -29,6 +29,9 @@ extern XApp gX;
 // Visual choice and listing.
 void ChooseVisual(long visualId, DisplayVisual &out);
 void ListVisuals();
+// The visual a picture window is made with for the chosen one: the same, or
+// its opaque twin (pictureVisualIndex in display_visual.h).
+void ChoosePictureVisual(const DisplayVisual &chosen, DisplayVisual &out);
 
 // Icons and pointers.
 Pixmap CreateIconPixmap(Widget widget, const IconImage &icon);

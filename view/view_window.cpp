@@ -374,8 +374,8 @@ void createPictureWindow(View &v) {
     a.background_pixmap = None;
     a.bit_gravity = NorthWestGravity;
     a.event_mask = ExposureMask;
-    v.pictureWindow = XCreateWindow(d, XtWindow(v.drawingArea), 0, 0, 1, 1, 0, gX.visual.depth, InputOutput,
-                                    static_cast<Visual *>(gX.visual.visual),
+    v.pictureWindow = XCreateWindow(d, XtWindow(v.drawingArea), 0, 0, 1, 1, 0, v.visual.depth, InputOutput,
+                                    static_cast<Visual *>(v.visual.visual),
                                     CWColormap | CWBorderPixel | CWBackPixmap | CWBitGravity | CWEventMask, &a);
     XtRegisterDrawable(d, v.pictureWindow, v.drawingArea);
     Window colormapWindows[2] = {v.pictureWindow, XtWindow(v.shell)};
@@ -394,12 +394,13 @@ View *createView() {
     v->openedAtMs = nowMs();
     v->fit = gApp.fitToImage ? 1 : gSettings.view.fit;
     v->colorInformation = gSettings.view.displayColorInformation;
-    v->colors = AcquireColorContext(nullptr, gX.visual, gApp.ownColormap);
+    ChoosePictureVisual(gX.visual, v->visual);
+    v->colors = AcquireColorContext(nullptr, v->visual, gApp.ownColormap);
     if (v->colors == nullptr) {
         delete v;
         return nullptr;
     }
-    InitRenderer(v->renderer, v->colors, &gX.visual);
+    InitRenderer(v->renderer, v->colors, &v->visual);
     SetDisplayGamma(v->renderer, gSettings.view.useGamma ? gSettings.view.gamma : 1.0);
 
     v->shell = XtVaCreatePopupShell("TolvaView", topLevelShellWidgetClass, gX.topLevel, XmNtitle, kProgramTitle,
@@ -564,7 +565,7 @@ Widget openView(const std::vector<std::string> &files) {
         v->loadFailed = true;
     }
     zntFileInformationFree(&info);
-    ReloadOwnPalette(&v->pictures.current, v->colors, gX.visual);
+    ReloadOwnPalette(&v->pictures.current, v->colors, v->visual);
 
     if (gApp.fullScreen) setFullScreen(*v, true);
     pictureChanged(*v, true);
@@ -612,7 +613,7 @@ bool loadViewFile(View &v, const std::string &path, int page, bool keepZoom) {
         v.fileSize = 0;
     }
     zntFileInformationFree(&info);
-    ReloadOwnPalette(&v.pictures.current, v.colors, gX.visual);
+    ReloadOwnPalette(&v.pictures.current, v.colors, v.visual);
     v.selectionActive = false;
     pictureChanged(v, true, keepZoom);
     setModified(v, false);
