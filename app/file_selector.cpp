@@ -1026,7 +1026,13 @@ bool runFileSelector(Widget parent, const SelectorRequest &request, FileSelectio
     if (s.previewTimer) XtRemoveTimeOut(s.previewTimer);
     if (s.previewPixmap) XFreePixmap(gX.display, s.previewPixmap);
     if (s.gc) XFreeGC(gX.display, s.gc);
-    if (s.shell) XtDestroyWidget(s.shell);
+    if (s.shell) {
+        // Called from a callback, the shell is only destroyed once the event
+        // that led here is done; it leaves the screen now, before the load
+        // or save the caller starts with the answer.
+        XtPopdown(s.shell);
+        XtDestroyWidget(s.shell);
+    }
     gSelector = nullptr;
     if (s.confirmed) out = std::move(s.result);
     return s.confirmed;

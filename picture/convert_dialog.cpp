@@ -320,8 +320,10 @@ int askConversionChoice(Widget parent, const ZntSaveKind *kinds, int suggested) 
     const int choice = d.answer == Dialog::kChosen ? choiceOfParts(d.parts) : 0;
     if (d.shell != nullptr) {
         // The shell goes after this frame: nothing may call back into `d`.
+        // It leaves the screen now, before the save it was asked for runs.
         XtRemoveCallback(d.shell, XmNpopdownCallback, poppedDown, &d);
         XtRemoveCallback(d.shell, XmNdestroyCallback, shellDestroyed, &d);
+        XtPopdown(d.shell);
         XtDestroyWidget(d.shell);
     }
     return choice;
