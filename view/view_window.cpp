@@ -528,9 +528,15 @@ Widget openView(const std::vector<std::string> &files) {
     if (gSettings.view.onlyOneView && !gViews.empty()) {
         View &v = *gViews.front();
         if (!settleChanges(v)) return v.shell;
-        v.fileList = files.size() > 1 ? files : std::vector<std::string>{};
+        std::vector<std::string> list = files.size() > 1 ? files : std::vector<std::string>{};
+        const int shown = v.fileIndex;
+        list.swap(v.fileList);
         v.fileIndex = 0;
-        loadViewFile(v, files[0], 0, false);
+        // A stopped load stays on the file and the list shown.
+        if (!loadViewFile(v, files[0], 0, false) && v.path != files[0]) {
+            list.swap(v.fileList);
+            v.fileIndex = shown;
+        }
         raise(v);
         return v.shell;
     }
@@ -581,13 +587,22 @@ void destroyView(View &view) { XtDestroyWidget(view.shell); }
 // ---- Loading --------------------------------------------------------------------
 
 bool loadViewFile(View &v, const std::string &path, int page, bool keepZoom) {
+    // What is shown stays, frames included, while the load runs (its progress
+    // dispatches exposures); a load the user stops, or one refused because
+    // another runs, leaves the view as it was.
+    const bool animating = v.animationTimer != 0;
     stopAnimation(v);
-    releaseFrames(v);
-    v.frame = 0;
-    v.loadFailed = false;
     Picture picture{};
     FileInformation info{};
     const int status = loadPictureFileBusy(v.shell, path.c_str(), page, picture, info, true);
+    if (status == ZNT_STOPPED && hasPicture(v)) {
+        zntFileInformationFree(&info);
+        if (animating) startAnimation(v);
+        return false;
+    }
+    releaseFrames(v);
+    v.frame = 0;
+    v.loadFailed = false;
     v.path = path;
     v.page = page;
     v.delaysMs.clear();
@@ -919,8 +934,11 @@ void navigateFile(View &v, const char *move) {
     }
     if (target < 0) return;
     if (!settleChanges(v)) return;
+    const int shown = v.fileIndex;
     if (!v.fileList.empty()) v.fileIndex = target;
-    loadViewFile(v, list[size_t(target)], 0, gSettings.view.keepZoomFactor);
+    const std::string &path = list[size_t(target)];
+    // A stopped load stays on the file shown.
+    if (!loadViewFile(v, path, 0, gSettings.view.keepZoomFactor) && v.path != path) v.fileIndex = shown;
 }
 
 void navigatePage(View &v, int page) {

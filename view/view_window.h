@@ -115,7 +115,9 @@ const std::vector<View *> &openViews();
 
 // Loading into a view: a new file (page 0) or another page of the same one.
 // `keepZoom` keeps the zoom instead of applying the fit mode. False when the
-// load failed (the view then shows nothing and `loadFailed` is set).
+// load failed (the view then shows nothing and `loadFailed` is set) or was
+// stopped: a view that shows a picture keeps it, its file and its page when
+// the user stops the load (or it is refused while another runs).
 bool loadViewFile(View &view, const std::string &path, int page, bool keepZoom);
 // Shows the current picture after it changed: renderer, fit, layout, redraw,
 // status bar, title and menus. `newPicture` applies the fit mode's zoom.
