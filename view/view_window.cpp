@@ -582,6 +582,8 @@ Widget openView(const std::vector<std::string> &files) {
     return v->shell;
 }
 
+Widget openFolderView(const std::string &folder) { return openView(folderPictures(folder)); }
+
 void destroyView(View &view) { XtDestroyWidget(view.shell); }
 
 // ---- Loading --------------------------------------------------------------------
