@@ -663,7 +663,10 @@ bool askFolderName(Widget parent, std::string &name) {
         },
         &answer);
     XtManageChild(dialog);
-    while (!answer.done) XtAppProcessEvent(gX.context, XtIMAll);
+    {
+        const ModalLoop loop;
+        while (!answer.done) XtAppProcessEvent(gX.context, XtIMAll);
+    }
     XtDestroyWidget(XtParent(dialog));
     name = answer.text;
     return answer.ok && !name.empty();
@@ -1021,7 +1024,10 @@ bool runFileSelector(Widget parent, const SelectorRequest &request, FileSelectio
     XtPopup(s.shell, XtGrabNone);
     XmProcessTraversal(s.nameField, XmTRAVERSE_CURRENT);
 
-    while (!s.done) XtAppProcessEvent(gX.context, XtIMAll);
+    {
+        const ModalLoop loop;
+        while (!s.done) XtAppProcessEvent(gX.context, XtIMAll);
+    }
 
     if (s.previewTimer) XtRemoveTimeOut(s.previewTimer);
     if (s.previewPixmap) XFreePixmap(gX.display, s.previewPixmap);

@@ -315,7 +315,10 @@ int askConversionChoice(Widget parent, const ZntSaveKind *kinds, int suggested) 
     d.parts = partsOfChoice(suggested);
     build(d, parent != nullptr && XtIsRealized(parent) ? parent : gX.topLevel);
     if (gApp.verbose) d.report = XtAppAddTimeOut(gX.context, 100, reportLayout, &d);
-    while (d.answer == Dialog::kWaiting) XtAppProcessEvent(gX.context, XtIMAll);
+    {
+        const ModalLoop loop;
+        while (d.answer == Dialog::kWaiting) XtAppProcessEvent(gX.context, XtIMAll);
+    }
     if (d.report != 0) XtRemoveTimeOut(d.report);
     const int choice = d.answer == Dialog::kChosen ? choiceOfParts(d.parts) : 0;
     if (d.shell != nullptr) {

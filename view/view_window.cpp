@@ -333,8 +333,11 @@ void mouse(Widget, XtPointer clientData, XEvent *event, Boolean *) {
     }
 }
 
+// A dialog waiting for its answer (a question about this view, its save
+// selector...) has a caller that still holds the view: the request is
+// refused until it is answered.
 void windowClosed(Widget w, XtPointer, XtPointer) {
-    if (loadOrSaveInProgress()) return;
+    if (loadOrSaveInProgress() || modalLoopRunning()) return;
     if (View *v = viewForWidget(w)) runViewCommand(*v, "close");
 }
 

@@ -452,3 +452,34 @@ TEST(ViewFilesGui, AFolderArgumentOpensAViewOverItsPicturesByName) {
     EXPECT_TRUE(waitForStatus(app, "C.ppm|3 of 3|")) << lastStatus(app);
     EXPECT_FALSE(windowExists(d, "TolvaInit"));
 }
+
+TEST(ViewFilesGui, ClosingTheWindowWhileItsQuestionIsUpWaitsForTheAnswer) {
+    const Session session;
+    TempDir files;
+    const std::string first = writePpm(files, "first.ppm", 60, 40, halves(60));
+    const std::string second = writePpm(files, "second.ppm", 60, 40, halves(60));
+    XServer server({.width = 800, .height = 600, .windowManager = true});
+    Display *d = server.display();
+    App app(server, session.args({"-all", first, second}), session.environment());
+    ASSERT_TRUE(waitUntil([&] { return views(d).size() == 2; })) << app.errors();
+    ASSERT_TRUE(waitUntil([&] { return count(app.errors(), " shown in ") == 2; }));
+    const Window view = views(d)[0];
+    focusWindow(d, view);
+    pressKey(d, "V", {"Shift_L"});
+    ASSERT_TRUE(waitUntil([&] { return windowTitle(d, view) == "*Quivel v1.50"; }));
+    pressKey(d, "w", {"Control_L"});
+    ASSERT_TRUE(app.waitForErrors("message: Do you want to save changes")) << app.errors();
+    const Window question = waitForWindow(d, "Question");
+    ASSERT_NE(question, 0u);
+    // The window manager's close button on the view, as another manager
+    // would allow, while the question waits.
+    closeWindow(d, view);
+    usleep(300 * 1000);
+    focusWindow(d, question);
+    pressKey(d, "Escape");   // no
+    EXPECT_TRUE(waitUntil([&] { return views(d).size() == 1; }));
+    usleep(300 * 1000);
+    EXPECT_TRUE(app.running()) << app.output();
+    EXPECT_EQ(count(app.errors(), "message: "), 1) << app.errors();
+    EXPECT_EQ(testsupport::readFile(first), testsupport::readFile(second)) << "not saved";
+}
