@@ -4,7 +4,7 @@
 set -euo pipefail
 top=$(cd "$(dirname "$0")" && pwd)
 "$top/scripts/ensure-deps.sh" build run
-"$top/scripts/build.sh" quivel transmog
+"$top/scripts/build.sh" --target quivel transmog
 if [[ -z "${DISPLAY:-}" ]]; then
   echo "Quivel needs an X display: set DISPLAY, or run it without a screen as: xvfb-run -a ./run.sh $*" >&2
   exit 1

@@ -56,6 +56,28 @@ void ChooseVisual(long visualId, DisplayVisual &out) {
     XFree(all);
 }
 
+void ChoosePictureVisual(const DisplayVisual &chosen, DisplayVisual &out) {
+    out = chosen;
+    XVisualInfo wanted{};
+    wanted.screen = gX.screen;
+    int count = 0;
+    XVisualInfo *all = XGetVisualInfo(gX.display, VisualScreenMask, &wanted, &count);
+    if (all == nullptr) return;
+    std::vector<VisualDescription> visuals;
+    int index = -1;
+    for (int i = 0; i < count; ++i) {
+        visuals.push_back(describe(all[i]));
+        if (all[i].visualid == chosen.visualId) index = i;
+    }
+    const int picked = pictureVisualIndex(visuals, index);
+    if (picked >= 0 && picked != index) {
+        out = DisplayVisual{};
+        fillDisplayVisual(visuals[size_t(picked)], out);
+        out.visual = all[picked].visual;
+    }
+    XFree(all);
+}
+
 void ListVisuals() {
     Display *display = XOpenDisplay(nullptr);
     if (display == nullptr) {

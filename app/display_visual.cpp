@@ -1,5 +1,6 @@
 #include "app/display_visual.h"
 
+#include <bit>
 #include <cstdio>
 
 namespace quivel {
@@ -69,6 +70,21 @@ int chooseVisualIndex(const std::vector<VisualDescription> &visuals, uint32_t de
             if (visuals[i].visualId == uint32_t(requestedId)) return int(i);
     }
     return best;
+}
+
+int pictureVisualIndex(const std::vector<VisualDescription> &visuals, int chosen) {
+    if (chosen < 0 || size_t(chosen) >= visuals.size()) return chosen;
+    const VisualDescription &c = visuals[size_t(chosen)];
+    const int colorBits = std::popcount(c.redMask | c.greenMask | c.blueMask);
+    if (colorBits == 0 || c.depth <= colorBits) return chosen;
+    int deepest = -1;
+    for (size_t i = 0; i < visuals.size(); ++i) {
+        const VisualDescription &v = visuals[i];
+        if (v.visualClass != c.visualClass || v.depth != std::popcount(v.redMask | v.greenMask | v.blueMask)) continue;
+        if (v.redMask == c.redMask && v.greenMask == c.greenMask && v.blueMask == c.blueMask) return int(i);
+        if (deepest < 0 || v.depth > visuals[size_t(deepest)].depth) deepest = int(i);
+    }
+    return deepest >= 0 ? deepest : chosen;
 }
 
 const char *visualClassName(int visualClass) {

@@ -65,6 +65,18 @@ void fillDisplayVisual(const VisualDescription &description, DisplayVisual &out)
 int chooseVisualIndex(const std::vector<VisualDescription> &visuals, uint32_t defaultVisualId,
                       long requestedId);
 
+// The visual a picture window is made with, for the chosen visual `chosen`
+// (an index into `visuals`). A visual whose depth holds more bits than its
+// colour masks (the 32-bit visual with an alpha byte that a compositing
+// server offers) gets its windows composited by the server into their
+// parents, and such a window beneath another view's window is drawn over the
+// one above it. An opaque visual of the same class (depth no more than its
+// mask bits) avoids that: the one with the same masks, which shows the same
+// pixels, else the deepest, whose depth is then the screen's own (the server
+// would bring the composited pixels down to it anyway). `chosen` when it has
+// no spare bits or the screen has no such visual.
+int pictureVisualIndex(const std::vector<VisualDescription> &visuals, int chosen);
+
 // "StaticGray", "GrayScale", ... or nullptr for an unknown class.
 const char *visualClassName(int visualClass);
 

@@ -663,7 +663,10 @@ bool askFolderName(Widget parent, std::string &name) {
         },
         &answer);
     XtManageChild(dialog);
-    while (!answer.done) XtAppProcessEvent(gX.context, XtIMAll);
+    {
+        const ModalLoop loop;
+        while (!answer.done) XtAppProcessEvent(gX.context, XtIMAll);
+    }
     XtDestroyWidget(XtParent(dialog));
     name = answer.text;
     return answer.ok && !name.empty();
@@ -1021,12 +1024,21 @@ bool runFileSelector(Widget parent, const SelectorRequest &request, FileSelectio
     XtPopup(s.shell, XtGrabNone);
     XmProcessTraversal(s.nameField, XmTRAVERSE_CURRENT);
 
-    while (!s.done) XtAppProcessEvent(gX.context, XtIMAll);
+    {
+        const ModalLoop loop;
+        while (!s.done) XtAppProcessEvent(gX.context, XtIMAll);
+    }
 
     if (s.previewTimer) XtRemoveTimeOut(s.previewTimer);
     if (s.previewPixmap) XFreePixmap(gX.display, s.previewPixmap);
     if (s.gc) XFreeGC(gX.display, s.gc);
-    if (s.shell) XtDestroyWidget(s.shell);
+    if (s.shell) {
+        // Called from a callback, the shell is only destroyed once the event
+        // that led here is done; it leaves the screen now, before the load
+        // or save the caller starts with the answer.
+        XtPopdown(s.shell);
+        XtDestroyWidget(s.shell);
+    }
     gSelector = nullptr;
     if (s.confirmed) out = std::move(s.result);
     return s.confirmed;

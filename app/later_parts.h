@@ -20,6 +20,9 @@ Widget openBrowser(const std::string &folder);            // "" for the default 
 Widget startSlideShow(const std::string &slideFile);
 bool anyViewOpen();
 bool browserOpen();
+// One view over the pictures of a folder, in the order of the view's folder
+// navigation; nullptr when the folder holds none.
+Widget openFolderView(const std::string &folder);
 
 // Dialogs reached from the initial window.
 void openFilesDialog(Widget parent);

@@ -79,7 +79,10 @@ bool askQuestion(Widget parent, const std::string &text) {
         if (*a == kWaiting) *a = kNo;
     }, &answer);
     XtManageChild(box);
-    while (answer == kWaiting) XtAppProcessEvent(gX.context, XtIMAll);
+    {
+        const ModalLoop loop;
+        while (answer == kWaiting) XtAppProcessEvent(gX.context, XtIMAll);
+    }
     XtDestroyWidget(XtParent(box));
     return answer == kYes;
 }

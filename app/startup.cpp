@@ -187,6 +187,9 @@ int quivelMain(int argc, char **argv) {
             struct stat info;
             if (stat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode)) {
                 Widget browser = openBrowser(path);
+                // Until the browser is built, a folder opens a view over its
+                // pictures; the browser takes over folder arguments when it lands.
+                if (browser == nullptr) browser = openFolderView(path);
                 setMainWindow(browser);
                 opened |= browser != nullptr;
             } else if (gApp.oneWindowPerPicture) {

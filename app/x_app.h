@@ -22,13 +22,30 @@ struct XApp {
     ColorContext *colors = nullptr;   // its shared colour context
     int argc = 0;                     // the argument vector as given, for XSetCommand
     char **argv = nullptr;
+    int modalLoops = 0;               // dialogs waiting for their answer (ModalLoop)
 };
 
 extern XApp gX;
 
+// A dialog that waits for its answer in an event loop of its own counts
+// itself for as long as it waits. Its caller holds a window's state across
+// that loop, so the window manager's requests to close a window are refused
+// while such a loop runs (modalLoopRunning); the user answers first.
+class ModalLoop {
+public:
+    ModalLoop() { ++gX.modalLoops; }
+    ~ModalLoop() { --gX.modalLoops; }
+    ModalLoop(const ModalLoop &) = delete;
+    ModalLoop &operator=(const ModalLoop &) = delete;
+};
+inline bool modalLoopRunning() { return gX.modalLoops > 0; }
+
 // Visual choice and listing.
 void ChooseVisual(long visualId, DisplayVisual &out);
 void ListVisuals();
+// The visual a picture window is made with for the chosen one: the same, or
+// its opaque twin (pictureVisualIndex in display_visual.h).
+void ChoosePictureVisual(const DisplayVisual &chosen, DisplayVisual &out);
 
 // Icons and pointers.
 Pixmap CreateIconPixmap(Widget widget, const IconImage &icon);

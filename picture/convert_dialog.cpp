@@ -315,13 +315,18 @@ int askConversionChoice(Widget parent, const ZntSaveKind *kinds, int suggested) 
     d.parts = partsOfChoice(suggested);
     build(d, parent != nullptr && XtIsRealized(parent) ? parent : gX.topLevel);
     if (gApp.verbose) d.report = XtAppAddTimeOut(gX.context, 100, reportLayout, &d);
-    while (d.answer == Dialog::kWaiting) XtAppProcessEvent(gX.context, XtIMAll);
+    {
+        const ModalLoop loop;
+        while (d.answer == Dialog::kWaiting) XtAppProcessEvent(gX.context, XtIMAll);
+    }
     if (d.report != 0) XtRemoveTimeOut(d.report);
     const int choice = d.answer == Dialog::kChosen ? choiceOfParts(d.parts) : 0;
     if (d.shell != nullptr) {
         // The shell goes after this frame: nothing may call back into `d`.
+        // It leaves the screen now, before the save it was asked for runs.
         XtRemoveCallback(d.shell, XmNpopdownCallback, poppedDown, &d);
         XtRemoveCallback(d.shell, XmNdestroyCallback, shellDestroyed, &d);
+        XtPopdown(d.shell);
         XtDestroyWidget(d.shell);
     }
     return choice;

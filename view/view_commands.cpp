@@ -3,6 +3,7 @@
 // runViewCommand through ViewDoCommand.
 #include <Xm/ScrollBar.h>
 #include <Xm/Xm.h>
+#include <sys/stat.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -26,6 +27,16 @@ namespace quivel {
 
 namespace {
 
+// After a save under `name` in `format`: the view shows that file now.
+void saved(View &v, const char *name, int format) {
+    v.path = name;
+    v.formatIndex = format;
+    struct stat info;
+    if (stat(name, &info) == 0) v.fileSize = uint64_t(info.st_size);
+    setModified(v, false);
+    updateStatus(v);
+}
+
 bool saveAs(View &v) {
     if (!hasPixels(v.pictures.current)) return false;
     FileSelection selection;
@@ -37,12 +48,9 @@ bool saveAs(View &v) {
     std::snprintf(name, sizeof name, "%s", selection.files[0].c_str());
     if (savePictureFile(v.shell, name, selection.formatIndex, v.pictures.current, false, true, true) != 0)
         return false;
-    v.path = name;
-    v.formatIndex = selection.formatIndex;
+    saved(v, name, selection.formatIndex);
     if (gSettings.start.useMostRecentlyUsedFiles)
         rememberRecentFile(&gSettings.fileName[0][0], kRecentCount, kPathCapacity, v.path);
-    setModified(v, false);
-    updateStatus(v);
     return true;
 }
 
@@ -58,7 +66,7 @@ bool saveInPlace(View &v) {
     char name[kPathCapacity] = {};
     std::snprintf(name, sizeof name, "%s", v.path.c_str());
     if (savePictureFile(v.shell, name, v.formatIndex, v.pictures.current, false, true, true) != 0) return false;
-    setModified(v, false);
+    saved(v, name, v.formatIndex);
     return true;
 }
 

@@ -52,7 +52,10 @@ void answerCancel(Widget, XtPointer clientData, XtPointer) { *static_cast<Answer
 
 bool waitForAnswer(Widget shell, Answer &answer) {
     XtAddCallback(shell, XmNpopdownCallback, answerCancel, &answer);
-    while (answer == Answer::Waiting) XtAppProcessEvent(gX.context, XtIMAll);
+    {
+        const ModalLoop loop;
+        while (answer == Answer::Waiting) XtAppProcessEvent(gX.context, XtIMAll);
+    }
     XtRemoveCallback(shell, XmNpopdownCallback, answerCancel, &answer);
     return answer == Answer::Ok;
 }
@@ -267,7 +270,10 @@ bool chooseFolder(Widget parent, const char *title, const std::string &start, st
     XtAddCallback(box, XmNcancelCallback, folderCancelled, &answer);
     XtAddCallback(XtParent(box), XmNpopdownCallback, folderCancelled, &answer);
     XtManageChild(box);
-    while (answer.first == Answer::Waiting) XtAppProcessEvent(gX.context, XtIMAll);
+    {
+        const ModalLoop loop;
+        while (answer.first == Answer::Waiting) XtAppProcessEvent(gX.context, XtIMAll);
+    }
     XtDestroyWidget(XtParent(box));
     if (answer.first != Answer::Ok || answer.second.empty()) return false;
     out = answer.second;

@@ -96,8 +96,10 @@ void recentFileActivated(Widget w, XtPointer clientData, XtPointer) {
     if (v == nullptr || index < 0 || index >= kRecentCount || gSettings.fileName[index][0] == '\0') return;
     const std::string path = gSettings.fileName[index];
     if (!settleChanges(*v)) return;
-    v->fileList.clear();
-    loadViewFile(*v, path, 0, false);
+    std::vector<std::string> list;
+    list.swap(v->fileList);
+    // A stopped load stays on the file and the list shown.
+    if (!loadViewFile(*v, path, 0, false) && v->path != path) list.swap(v->fileList);
 }
 
 void windowActivated(Widget, XtPointer clientData, XtPointer) {

@@ -333,8 +333,11 @@ void mouse(Widget, XtPointer clientData, XEvent *event, Boolean *) {
     }
 }
 
+// A dialog waiting for its answer (a question about this view, its save
+// selector...) has a caller that still holds the view: the request is
+// refused until it is answered.
 void windowClosed(Widget w, XtPointer, XtPointer) {
-    if (loadOrSaveInProgress()) return;
+    if (loadOrSaveInProgress() || modalLoopRunning()) return;
     if (View *v = viewForWidget(w)) runViewCommand(*v, "close");
 }
 
@@ -374,8 +377,8 @@ void createPictureWindow(View &v) {
     a.background_pixmap = None;
     a.bit_gravity = NorthWestGravity;
     a.event_mask = ExposureMask;
-    v.pictureWindow = XCreateWindow(d, XtWindow(v.drawingArea), 0, 0, 1, 1, 0, gX.visual.depth, InputOutput,
-                                    static_cast<Visual *>(gX.visual.visual),
+    v.pictureWindow = XCreateWindow(d, XtWindow(v.drawingArea), 0, 0, 1, 1, 0, v.visual.depth, InputOutput,
+                                    static_cast<Visual *>(v.visual.visual),
                                     CWColormap | CWBorderPixel | CWBackPixmap | CWBitGravity | CWEventMask, &a);
     XtRegisterDrawable(d, v.pictureWindow, v.drawingArea);
     Window colormapWindows[2] = {v.pictureWindow, XtWindow(v.shell)};
@@ -394,12 +397,13 @@ View *createView() {
     v->openedAtMs = nowMs();
     v->fit = gApp.fitToImage ? 1 : gSettings.view.fit;
     v->colorInformation = gSettings.view.displayColorInformation;
-    v->colors = AcquireColorContext(nullptr, gX.visual, gApp.ownColormap);
+    ChoosePictureVisual(gX.visual, v->visual);
+    v->colors = AcquireColorContext(nullptr, v->visual, gApp.ownColormap);
     if (v->colors == nullptr) {
         delete v;
         return nullptr;
     }
-    InitRenderer(v->renderer, v->colors, &gX.visual);
+    InitRenderer(v->renderer, v->colors, &v->visual);
     SetDisplayGamma(v->renderer, gSettings.view.useGamma ? gSettings.view.gamma : 1.0);
 
     v->shell = XtVaCreatePopupShell("TolvaView", topLevelShellWidgetClass, gX.topLevel, XmNtitle, kProgramTitle,
@@ -527,9 +531,15 @@ Widget openView(const std::vector<std::string> &files) {
     if (gSettings.view.onlyOneView && !gViews.empty()) {
         View &v = *gViews.front();
         if (!settleChanges(v)) return v.shell;
-        v.fileList = files.size() > 1 ? files : std::vector<std::string>{};
+        std::vector<std::string> list = files.size() > 1 ? files : std::vector<std::string>{};
+        const int shown = v.fileIndex;
+        list.swap(v.fileList);
         v.fileIndex = 0;
-        loadViewFile(v, files[0], 0, false);
+        // A stopped load stays on the file and the list shown.
+        if (!loadViewFile(v, files[0], 0, false) && v.path != files[0]) {
+            list.swap(v.fileList);
+            v.fileIndex = shown;
+        }
         raise(v);
         return v.shell;
     }
@@ -564,7 +574,7 @@ Widget openView(const std::vector<std::string> &files) {
         v->loadFailed = true;
     }
     zntFileInformationFree(&info);
-    ReloadOwnPalette(&v->pictures.current, v->colors, gX.visual);
+    ReloadOwnPalette(&v->pictures.current, v->colors, v->visual);
 
     if (gApp.fullScreen) setFullScreen(*v, true);
     pictureChanged(*v, true);
@@ -575,18 +585,29 @@ Widget openView(const std::vector<std::string> &files) {
     return v->shell;
 }
 
+Widget openFolderView(const std::string &folder) { return openView(folderPictures(folder)); }
+
 void destroyView(View &view) { XtDestroyWidget(view.shell); }
 
 // ---- Loading --------------------------------------------------------------------
 
 bool loadViewFile(View &v, const std::string &path, int page, bool keepZoom) {
+    // What is shown stays, frames included, while the load runs (its progress
+    // dispatches exposures); a load the user stops, or one refused because
+    // another runs, leaves the view as it was.
+    const bool animating = v.animationTimer != 0;
     stopAnimation(v);
-    releaseFrames(v);
-    v.frame = 0;
-    v.loadFailed = false;
     Picture picture{};
     FileInformation info{};
     const int status = loadPictureFileBusy(v.shell, path.c_str(), page, picture, info, true);
+    if (status == ZNT_STOPPED && hasPicture(v)) {
+        zntFileInformationFree(&info);
+        if (animating) startAnimation(v);
+        return false;
+    }
+    releaseFrames(v);
+    v.frame = 0;
+    v.loadFailed = false;
     v.path = path;
     v.page = page;
     v.delaysMs.clear();
@@ -612,7 +633,7 @@ bool loadViewFile(View &v, const std::string &path, int page, bool keepZoom) {
         v.fileSize = 0;
     }
     zntFileInformationFree(&info);
-    ReloadOwnPalette(&v.pictures.current, v.colors, gX.visual);
+    ReloadOwnPalette(&v.pictures.current, v.colors, v.visual);
     v.selectionActive = false;
     pictureChanged(v, true, keepZoom);
     setModified(v, false);
@@ -918,8 +939,11 @@ void navigateFile(View &v, const char *move) {
     }
     if (target < 0) return;
     if (!settleChanges(v)) return;
+    const int shown = v.fileIndex;
     if (!v.fileList.empty()) v.fileIndex = target;
-    loadViewFile(v, list[size_t(target)], 0, gSettings.view.keepZoomFactor);
+    const std::string &path = list[size_t(target)];
+    // A stopped load stays on the file shown.
+    if (!loadViewFile(v, path, 0, gSettings.view.keepZoomFactor) && v.path != path) v.fileIndex = shown;
 }
 
 void navigatePage(View &v, int page) {

@@ -14,8 +14,10 @@
 // widget and dialog handles; the picture itself is drawn into a child window
 // of the drawing area made with the visual chosen at start-up and its
 // colormap (a deep visual's alpha pixels are refused by the colour queries
-// Motif makes, so no widget lives on it). That window covers exactly the
-// visible part of the displayed picture; its events reach the drawing area.
+// Motif makes, so no widget lives on it), or with that visual's opaque twin
+// when it has one (`visual`; see pictureVisualIndex). That window covers
+// exactly the visible part of the displayed picture; its events reach the
+// drawing area.
 //
 // Pictures: `pictures` owns the current and the undo picture; the renderer
 // reads the current one and is prepared again after every change of
@@ -51,6 +53,7 @@ struct View {
     Window pictureWindow = 0;
     GC gc = nullptr;                // for the picture window
     GC selectionGc = nullptr;
+    DisplayVisual visual;           // of the picture window; the renderer points at it
     ColorContext *colors = nullptr;
     Renderer renderer;
     bool rendererReady = false;
@@ -112,7 +115,9 @@ const std::vector<View *> &openViews();
 
 // Loading into a view: a new file (page 0) or another page of the same one.
 // `keepZoom` keeps the zoom instead of applying the fit mode. False when the
-// load failed (the view then shows nothing and `loadFailed` is set).
+// load failed (the view then shows nothing and `loadFailed` is set) or was
+// stopped: a view that shows a picture keeps it, its file and its page when
+// the user stops the load (or it is refused while another runs).
 bool loadViewFile(View &view, const std::string &path, int page, bool keepZoom);
 // Shows the current picture after it changed: renderer, fit, layout, redraw,
 // status bar, title and menus. `newPicture` applies the fit mode's zoom.

@@ -63,6 +63,34 @@ TEST(VisualChoice, GrayScaleOnlyScreenFallsBackToTheDefault) {
     EXPECT_EQ(chooseVisualIndex(screen, 0x77, -1), -1) << "a default missing from the list is an error";
 }
 
+TEST(VisualChoice, PictureWindowsUseTheOpaqueTwinOfAnAlphaVisual) {
+    // A 24-bit screen with a compositing server's 32-bit visual: chosen for
+    // its depth, drawn on through its 24-bit twin of the same masks.
+    const std::vector<VisualDescription> screen = {trueColor24(0x21),
+                                                   visual(0x22, kDirectColor, 24, 0xff0000, 0xff00, 0xff),
+                                                   visual(0x40, kTrueColor, 32, 0xff0000, 0xff00, 0xff)};
+    const int chosen = chooseVisualIndex(screen, 0x21, -1);
+    ASSERT_EQ(chosen, 2);
+    EXPECT_EQ(pictureVisualIndex(screen, chosen), 0);
+    // A visual without spare bits is its own.
+    EXPECT_EQ(pictureVisualIndex(screen, 0), 0);
+    EXPECT_EQ(pictureVisualIndex(screen, 1), 1);
+    // A 16-bit screen has no twin of the 32-bit visual: its own visual is
+    // the deepest opaque one of the class.
+    const std::vector<VisualDescription> sixteen = {visual(0x21, kTrueColor, 16, 0xf800, 0x7e0, 0x1f),
+                                                    visual(0x22, kTrueColor, 8, 0xe0, 0x1c, 0x3),
+                                                    visual(0x23, kDirectColor, 24, 0xff0000, 0xff00, 0xff),
+                                                    visual(0x40, kTrueColor, 32, 0xff0000, 0xff00, 0xff)};
+    EXPECT_EQ(pictureVisualIndex(sixteen, 3), 0);
+    // No opaque visual of the class: the chosen one stays.
+    const std::vector<VisualDescription> alone = {visual(0x21, kPseudoColor, 8),
+                                                  visual(0x40, kTrueColor, 32, 0xff0000, 0xff00, 0xff)};
+    EXPECT_EQ(pictureVisualIndex(alone, 1), 1);
+    // Colour-mapped visuals have no masks to compare.
+    const std::vector<VisualDescription> eight = {visual(0x21, kPseudoColor, 8)};
+    EXPECT_EQ(pictureVisualIndex(eight, 0), 0);
+}
+
 TEST(VisualChoice, ChannelLayouts) {
     EXPECT_EQ(channelLayout(0xff0000).shift, 16);
     EXPECT_EQ(channelLayout(0xff0000).levels, 256);
