@@ -18,6 +18,7 @@
 
 #include "app/command_line.h"
 #include "app/later_parts.h"
+#include "app/motif_text.h"
 #include "app/shell_quote.h"
 #include "app/x_app.h"
 
@@ -65,22 +66,16 @@ Widget addMenu(Widget menuBar, const char *name, const char *label, const MenuIt
             XtCreateManagedWidget("separator", xmSeparatorWidgetClass, pulldown, nullptr, 0);
             continue;
         }
-        XmString text = XmStringCreateLocalized(const_cast<char *>(item.label));
-        XmString accelText = item.acceleratorText ? XmStringCreateLocalized(const_cast<char *>(item.acceleratorText))
-                                                  : nullptr;
-        Widget button = XtVaCreateManagedWidget(item.name, xmPushButtonWidgetClass, pulldown, XmNlabelString, text,
-                                                nullptr);
+        Widget button = XtVaCreateManagedWidget(item.name, xmPushButtonWidgetClass, pulldown, XmNlabelString,
+                                                static_cast<XmString>(CompoundString(item.label)), nullptr);
         if (item.accelerator)
-            XtVaSetValues(button, XmNaccelerator, item.accelerator, XmNacceleratorText, accelText, nullptr);
+            XtVaSetValues(button, XmNaccelerator, item.accelerator, XmNacceleratorText,
+                          static_cast<XmString>(CompoundString(item.acceleratorText ? item.acceleratorText : "")),
+                          nullptr);
         XtAddCallback(button, XmNactivateCallback, item.callback, nullptr);
-        XmStringFree(text);
-        if (accelText) XmStringFree(accelText);
     }
-    XmString text = XmStringCreateLocalized(const_cast<char *>(label));
-    Widget cascade = XtVaCreateManagedWidget(name, xmCascadeButtonWidgetClass, menuBar, XmNlabelString, text,
-                                             XmNsubMenuId, pulldown, nullptr);
-    XmStringFree(text);
-    return cascade;
+    return XtVaCreateManagedWidget(name, xmCascadeButtonWidgetClass, menuBar, XmNlabelString,
+                                   static_cast<XmString>(CompoundString(label)), XmNsubMenuId, pulldown, nullptr);
 }
 
 void initialWindowClosed(Widget, XtPointer, XtPointer) {
@@ -177,12 +172,11 @@ void showAboutBox(Widget parent) {
                       w);
     w = addAboutLabel(form, "labelThanks", "I would like to thank all users who send me messages !", w);
 
-    XmString okText = XmStringCreateLocalized(const_cast<char *>("O.K."));
-    Widget ok = XtVaCreateManagedWidget("buttonOk", xmPushButtonWidgetClass, form, XmNlabelString, okText,
+    const CompoundString okText("O.K.");
+    Widget ok = XtVaCreateManagedWidget("buttonOk", xmPushButtonWidgetClass, form, XmNlabelString, static_cast<XmString>(okText),
                                         XmNtopAttachment, XmATTACH_WIDGET, XmNtopWidget, w, XmNtopOffset, 8,
                                         XmNleftAttachment, XmATTACH_POSITION, XmNleftPosition, 40,
                                         XmNrightAttachment, XmATTACH_POSITION, XmNrightPosition, 60, nullptr);
-    XmStringFree(okText);
     XtAddCallback(ok, XmNactivateCallback, aboutOk, nullptr);
     XtVaSetValues(form, XmNdefaultButton, ok, nullptr);
 
