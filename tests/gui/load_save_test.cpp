@@ -38,17 +38,6 @@ void clickStop(Display *display, Window dialog) {
     click(display, g.x + g.width / 2, g.y + g.height - 23);
 }
 
-// The progress dialog has drawn its bar: it is up and taking events.
-void waitUntilDrawn(Display *display, Window dialog) {
-    const Geometry g = windowGeometry(display, dialog);
-    waitUntil([&] {
-        const Screenshot shot = capture(display, dialog, 0, 0, g.width, g.height);
-        for (uint32_t pixel : shot.pixels)
-            if (pixel == 0x707070) return true;
-        return false;
-    });
-}
-
 // Clicks a control of the "Convert To ..." dialog where it reported itself.
 void clickConvertControl(Probe &probe, Window dialog, const std::string &name) {
     const std::string errors = probe.app.errors();
@@ -60,8 +49,6 @@ void clickConvertControl(Probe &probe, Window dialog, const std::string &name) {
     const Geometry g = windowGeometry(probe.display(), dialog);
     click(probe.display(), g.x + x + width / 2, g.y + y + height / 2);
 }
-
-bool noMessages(const App &app) { return app.errors().find("message: ") == std::string::npos; }
 
 }  // namespace
 

@@ -146,4 +146,8 @@ RunResult runProgram(const std::vector<std::string> &argv, const std::vector<std
     return result;
 }
 
+bool haveProgram(const std::string &name) { return runQuietly("command -v " + name) == 0; }
+
+int runQuietly(const std::string &command) { return std::system((command + " >/dev/null 2>&1").c_str()); }
+
 }  // namespace testsupport

@@ -39,6 +39,12 @@ struct RunResult {
     std::string out, err;
 };
 
+// Whether a program is on PATH, for tests that are skipped without it.
+bool haveProgram(const std::string &name);
+
+// Runs a shell command, its output thrown away; its status as system() gives it.
+int runQuietly(const std::string &command);
+
 // Runs argv[0] with the given arguments, extra environment entries
 // ("NAME=value") and standard input, and waits at most timeoutMs.
 RunResult runProgram(const std::vector<std::string> &argv,

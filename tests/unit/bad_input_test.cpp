@@ -13,17 +13,11 @@ using testsupport::TempDir;
 
 namespace {
 
-struct Source {
-    Picture picture{};
-    explicit Source(int type) {
-        zntAllock(&picture, type, 8, 61, 47);
+struct Source : PatternPicture {
+    explicit Source(int type) : PatternPicture(type, 61, 47, [](uint32_t i, int y) { return i * 13 + uint32_t(y) * 29; }) {
         if (type == ZNT_PALETTE)
             for (int i = 0; i < 768; ++i) picture.palette[i] = uint8_t(i * 7);
-        for (int32_t y = 0; y < picture.height; ++y)
-            for (uint32_t i = 0; i < picture.bytesPerLine; ++i)
-                picture.data[size_t(y) * picture.bytesPerLine + i] = uint8_t(i * 13 + uint32_t(y) * 29);
     }
-    ~Source() { zntFree(&picture); }
 };
 
 struct Case {

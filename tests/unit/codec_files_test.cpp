@@ -19,18 +19,12 @@ using testsupport::TempDir;
 namespace {
 
 // A smooth picture of `type` (RGB or RGBA, the alpha a ramp), w x h.
-struct Drawn {
-    Picture picture{};
-    Drawn(int type, int w, int h) {
-        EXPECT_TRUE(zntAllock(&picture, type, 8, w, h));
-        for (int y = 0; y < h; ++y)
-            for (int x = 0; x < w; ++x) {
-                uint8_t *p = picture.data + size_t(y) * picture.bytesPerLine + size_t(x) * picture.bytesPerPixel;
-                p[0] = uint8_t(x * 255 / w), p[1] = uint8_t(y * 255 / h), p[2] = uint8_t(200 - x);
-                if (type == ZNT_RGBA) p[3] = uint8_t(40 + y * 200 / h);
-            }
-    }
-    ~Drawn() { zntFree(&picture); }
+struct Drawn : PatternPicture {
+    Drawn(int type, int w, int h)
+        : PatternPicture(type, w, h, [w, h, n = type == ZNT_RGBA ? 4u : 3u](uint32_t i, int y) {
+              const int x = int(i / n), c = int(i % n);
+              return c == 0 ? x * 255 / w : c == 1 ? y * 255 / h : c == 2 ? 200 - x : 40 + y * 200 / h;
+          }) {}
 };
 
 Picture solid(int w, int h, uint8_t r, uint8_t g, uint8_t b) {
@@ -100,14 +94,10 @@ TEST(OtherWriters, WebpAnimationFramesAndDelays) {
     ASSERT_TRUE(runTool({img2webp, "-loop", "0", "-lossless", "-d", "80", dir.file("1.png"), "-d", "120",
                          dir.file("2.png"), "-o", path}));
 
-    FileInformation info{};
-    ASSERT_EQ(zntFileInformation(path.c_str(), -1, 0, &info), 0);
-    ASSERT_EQ(info.imageCount, 2);
-    ASSERT_NE(info.delaysMs, nullptr);
-    EXPECT_EQ(info.delaysMs[0], 80u);
-    EXPECT_EQ(info.delaysMs[1], 120u);
-    EXPECT_EQ(info.images[1].width, 16u) << "every frame is as large as the canvas";
-    zntFileInformationFree(&info);
+    const Frames frames = framesOf(path);
+    ASSERT_EQ(frames.count, 2);
+    EXPECT_EQ(frames.delaysMs, (std::vector<uint32_t>{80, 120}));
+    EXPECT_EQ(frames.widths[1], 16u) << "every frame is as large as the canvas";
 
     Loaded first, second, beyond;
     load(first, path, 0);
@@ -211,16 +201,10 @@ TEST(OtherWriters, JpegXlAnimationFromAGif) {
     const std::string gif = dir.file("anim.gif"), jxl = dir.file("anim.jxl");
     ASSERT_TRUE(runTool({convert, "-size", "16x12", "-delay", "20", "xc:red", "-delay", "50", "xc:blue", "-loop", "0", gif}));
     ASSERT_TRUE(runTool({cjxl, gif, jxl}));
-    FileInformation info{};
-    ASSERT_EQ(zntFileInformation(jxl.c_str(), -1, 0, &info), 0);
-    ASSERT_EQ(info.imageCount, 2);
-    ASSERT_NE(info.delaysMs, nullptr);
-    EXPECT_EQ(info.delaysMs[0], 200u);
-    EXPECT_EQ(info.delaysMs[1], 500u);
-    zntFileInformationFree(&info);
-    ASSERT_EQ(zntFileInformation(jxl.c_str(), -1, ZNT_INFO_QUICK, &info), 0);
-    EXPECT_EQ(info.imageCount, 1) << "a quick look reads the header only";
-    zntFileInformationFree(&info);
+    const Frames frames = framesOf(jxl);
+    ASSERT_EQ(frames.count, 2);
+    EXPECT_EQ(frames.delaysMs, (std::vector<uint32_t>{200, 500}));
+    EXPECT_EQ(framesOf(jxl, ZNT_INFO_QUICK).count, 1) << "a quick look reads the header only";
     Loaded second, beyond;
     load(second, jxl, 1);
     ASSERT_EQ(second.status, 0) << second.message;

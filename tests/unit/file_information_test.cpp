@@ -11,27 +11,19 @@
 #include "test_files.h"
 
 using namespace pictest;
+using testsupport::haveProgram;
+using testsupport::runQuietly;
 using testsupport::TempDir;
 
 namespace {
 
-bool haveProgram(const char *name) {
-    return std::system((std::string("command -v ") + name + " >/dev/null 2>&1").c_str()) == 0;
-}
-
-int run(const std::string &command) { return std::system((command + " >/dev/null 2>&1").c_str()); }
-
-struct Gradient {
-    Picture picture{};
-    Gradient(int w, int h) {
-        zntAllock(&picture, ZNT_RGB, 8, w, h);
-        for (int y = 0; y < h; ++y)
-            for (int x = 0; x < w; ++x) {
-                uint8_t *p = picture.data + size_t(y) * picture.bytesPerLine + 3 * size_t(x);
-                p[0] = uint8_t(x * 255 / w), p[1] = uint8_t(y * 255 / h), p[2] = uint8_t((x + y) & 255);
-            }
-    }
-    ~Gradient() { zntFree(&picture); }
+// Red across, green down, blue along the diagonals.
+struct Gradient : PatternPicture {
+    Gradient(int w, int h)
+        : PatternPicture(ZNT_RGB, w, h, [w, h](uint32_t i, int y) {
+              const int x = int(i / 3), c = int(i % 3);
+              return c == 0 ? x * 255 / w : c == 1 ? y * 255 / h : (x + y) & 255;
+          }) {}
 };
 
 }  // namespace
@@ -289,9 +281,9 @@ TEST(OtherWriters, JpegVariantsFromTheReferenceEncoder) {
     Gradient g(96, 64);
     ASSERT_EQ(save(dir.file("src.ppm"), g.picture, "ppm"), 0);
     const std::string src = dir.file("src.ppm");
-    ASSERT_EQ(run("cjpeg -quality 95 -progressive -outfile " + dir.file("prog.jpg") + " " + src), 0);
-    ASSERT_EQ(run("cjpeg -quality 95 -grayscale -outfile " + dir.file("grey.jpg") + " " + src), 0);
-    ASSERT_EQ(run("convert " + src + " -quality 95 -colorspace CMYK " + dir.file("cmyk.jpg")), 0);
+    ASSERT_EQ(runQuietly("cjpeg -quality 95 -progressive -outfile " + dir.file("prog.jpg") + " " + src), 0);
+    ASSERT_EQ(runQuietly("cjpeg -quality 95 -grayscale -outfile " + dir.file("grey.jpg") + " " + src), 0);
+    ASSERT_EQ(runQuietly("convert " + src + " -quality 95 -colorspace CMYK " + dir.file("cmyk.jpg")), 0);
     const Rgba want = toRgba(g.picture);
     Loaded prog, grey, cmyk;
     load(prog, dir.file("prog.jpg"));
@@ -328,7 +320,7 @@ TEST(OtherWriters, TiffLayoutsFromImageMagick) {
     for (const Case &c : cases) {
         SCOPED_TRACE(c.options);
         const std::string out = dir.file("t.tif");
-        ASSERT_EQ(run("convert " + src + " " + c.options + " " + out), 0);
+        ASSERT_EQ(runQuietly("convert " + src + " " + c.options + " " + out), 0);
         Loaded l;
         load(l, out);
         ASSERT_EQ(l.status, 0) << l.message;
@@ -341,7 +333,7 @@ TEST(OtherWriters, TiffLayoutsFromImageMagick) {
     ASSERT_EQ(save(dir.file("bw.pbm"), bw, "ppm"), 0);
     for (const char *compress : {"Group4", "Fax", "RLE", "lzw"}) {
         SCOPED_TRACE(compress);
-        ASSERT_EQ(run("convert " + dir.file("bw.pbm") + " -compress " + compress + " " + dir.file("bw.tif")), 0);
+        ASSERT_EQ(runQuietly("convert " + dir.file("bw.pbm") + " -compress " + compress + " " + dir.file("bw.tif")), 0);
         Loaded l;
         load(l, dir.file("bw.tif"));
         ASSERT_EQ(l.status, 0) << l.message;
@@ -354,20 +346,14 @@ TEST(OtherWriters, GifAnimationFramesAndDelays) {
     if (!haveProgram("convert")) GTEST_SKIP() << "convert is not installed";
     TempDir dir;
     const std::string path = dir.file("anim.gif");
-    ASSERT_EQ(run("convert -size 16x12 -delay 20 xc:red -delay 50 xc:blue -delay 20 -page +4+4 -size 4x4 xc:lime "
+    ASSERT_EQ(runQuietly("convert -size 16x12 -delay 20 xc:red -delay 50 xc:blue -delay 20 -page +4+4 -size 4x4 xc:lime "
                   "-loop 0 " + path),
               0);
-    FileInformation info{};
-    ASSERT_EQ(zntFileInformation(path.c_str(), -1, 0, &info), 0);
-    ASSERT_EQ(info.imageCount, 3);
-    ASSERT_NE(info.delaysMs, nullptr);
-    EXPECT_EQ(info.delaysMs[0], 200u);
-    EXPECT_EQ(info.delaysMs[1], 500u);
-    EXPECT_EQ(info.images[2].width, 16u) << "every frame is as large as the logical screen";
-    zntFileInformationFree(&info);
-    ASSERT_EQ(zntFileInformation(path.c_str(), -1, ZNT_INFO_QUICK, &info), 0);
-    EXPECT_EQ(info.imageCount, 1);
-    zntFileInformationFree(&info);
+    const Frames frames = framesOf(path);
+    ASSERT_EQ(frames.count, 3);
+    EXPECT_EQ(frames.delaysMs, (std::vector<uint32_t>{200, 500, 200}));
+    EXPECT_EQ(frames.widths[2], 16u) << "every frame is as large as the logical screen";
+    EXPECT_EQ(framesOf(path, ZNT_INFO_QUICK).count, 1);
 
     Loaded third;
     load(third, path, 2);
