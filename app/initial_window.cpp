@@ -59,7 +59,7 @@ constexpr MenuItem kHelpMenu[] = {
 };
 
 template <size_t N>
-Widget addMenu(Widget menuBar, const char *name, const char *label, const MenuItem (&items)[N]) {
+Widget addMenu(Widget menuBar, const char *name, const char *label, char mnemonic, const MenuItem (&items)[N]) {
     Widget pulldown = XmCreatePulldownMenu(menuBar, const_cast<char *>((std::string(name) + "Menu").c_str()), nullptr, 0);
     for (const MenuItem &item : items) {
         if (item.name == nullptr) {
@@ -75,7 +75,8 @@ Widget addMenu(Widget menuBar, const char *name, const char *label, const MenuIt
         XtAddCallback(button, XmNactivateCallback, item.callback, nullptr);
     }
     return XtVaCreateManagedWidget(name, xmCascadeButtonWidgetClass, menuBar, XmNlabelString,
-                                   static_cast<XmString>(CompoundString(label)), XmNsubMenuId, pulldown, nullptr);
+                                   static_cast<XmString>(CompoundString(label)), XmNsubMenuId, pulldown, XmNmnemonic,
+                                   KeySym(mnemonic), nullptr);
 }
 
 void initialWindowClosed(Widget, XtPointer, XtPointer) {
@@ -132,8 +133,8 @@ Widget openInitialWindow() {
     Widget menuBar = XmCreateMenuBar(form, const_cast<char *>("menuBar"), nullptr, 0);
     XtVaSetValues(menuBar, XmNtopAttachment, XmATTACH_FORM, XmNleftAttachment, XmATTACH_FORM, XmNrightAttachment,
                   XmATTACH_FORM, nullptr);
-    addMenu(menuBar, "file", "File", kFileMenu);
-    Widget help = addMenu(menuBar, "help", "Help", kHelpMenu);
+    addMenu(menuBar, "file", "File", 'F', kFileMenu);
+    Widget help = addMenu(menuBar, "help", "Help", 'H', kHelpMenu);
     XtVaSetValues(menuBar, XmNmenuHelpWidget, help, nullptr);
     XtManageChild(menuBar);
     XtPopup(gInitialShell, XtGrabNone);
