@@ -96,16 +96,6 @@ std::string compressionOf(const std::string &path) {
 TEST(ConversionChoices, TableModesAndDialogPartsAgree) {
     for (int choice = 1; choice <= kConversionChoiceCount; ++choice)
         EXPECT_EQ(choiceOfParts(partsOfChoice(choice)), choice) << "parts name exactly one choice";
-    struct Expected {
-        int choice, mode, dither;
-    } expected[] = {{1, 1, 1}, {2, 1, 5}, {3, 1, 2}, {4, 1, 3}, {5, 2, 4},    {10, 7, 4},  {11, 9, 4},
-                    {12, 2, 1}, {17, 7, 1}, {18, 12, 4}, {24, 18, 4}, {25, 12, 1}, {31, 18, 1}, {32, 19, 0}};
-    for (const Expected &e : expected) {
-        ConversionMode mode;
-        ASSERT_EQ(conversionModeForChoice(e.choice, mode), ZNT_OK);
-        EXPECT_EQ(mode.mode, e.mode) << e.choice;
-        EXPECT_EQ(mode.dither, e.dither) << e.choice;
-    }
     ConversionMode mode;
     EXPECT_EQ(conversionModeForChoice(0, mode), ZNT_NO_MEMORY);
     EXPECT_EQ(conversionModeForChoice(33, mode), ZNT_NO_MEMORY);
