@@ -17,11 +17,10 @@ namespace {
 
 // A true-colour PPM of width x height.
 std::string writeRgbPpm(const TempDir &dir, const std::string &name, int width, int height) {
-    std::string text = "P6\n" + std::to_string(width) + " " + std::to_string(height) + "\n255\n";
-    for (int y = 0; y < height; ++y)
-        for (int x = 0; x < width; ++x) text += {char(x * 4), char(y), char((x + y) * 3)};
     const std::string path = dir.file(name);
-    testsupport::writeFile(path, text);
+    testsupport::writePpm(path, width, height, [](int x, int y) {
+        return uint32_t(x * 4 & 255) << 16 | uint32_t(y & 255) << 8 | uint32_t((x + y) * 3 & 255);
+    });
     return path;
 }
 

@@ -30,14 +30,11 @@ namespace {
 // A true-colour PPM filled by a function of the position.
 std::string writePpm(const TempDir &dir, const std::string &name, int width, int height,
                      const std::function<Rgb(int, int)> &color) {
-    std::string text = "P6\n" + std::to_string(width) + " " + std::to_string(height) + "\n255\n";
-    for (int y = 0; y < height; ++y)
-        for (int x = 0; x < width; ++x) {
-            const Rgb c = color(x, y);
-            text += {char(c.r), char(c.g), char(c.b)};
-        }
     const std::string path = dir.file(name);
-    testsupport::writeFile(path, text);
+    testsupport::writePpm(path, width, height, [&](int x, int y) {
+        const Rgb c = color(x, y);
+        return uint32_t(c.r) << 16 | uint32_t(c.g) << 8 | c.b;
+    });
     return path;
 }
 
