@@ -29,6 +29,7 @@
 #include "app/motif_text.h"
 #include "app/options_pages.h"
 #include "app/settings.h"
+#include "app/widget_origin.h"
 #include "app/x_app.h"
 #include "zentar.h"
 
@@ -238,21 +239,6 @@ void buildPage(const OptionPage &page, BuiltPage &built) {
     }
     if (page.extra == PageExtra::FileTypes) addFileTypes(built.widget, built);
     if (page.extra == PageExtra::Cache) addCacheMaintenance(built.widget, built);
-}
-
-// The origin of a widget's window (inside its border), in pixels from the
-// dialog window's origin. The shell's child fills the shell whatever its x
-// and y say (a shell's child may report the shell's own position).
-void originInShell(Widget w, Position &x, Position &y) {
-    x = y = 0;
-    for (Widget p = w; p && !XtIsShell(p); p = XtParent(p)) {
-        Position px = 0, py = 0;
-        Dimension border = 0;
-        XtVaGetValues(p, XmNx, &px, XmNy, &py, XmNborderWidth, &border, nullptr);
-        if (XtParent(p) && XtIsShell(XtParent(p))) px = py = 0;
-        x = Position(x + px + border);
-        y = Position(y + py + border);
-    }
 }
 
 void reportGeometry(const char *group, const char *name, Widget w, Position x, Position y, Dimension width,

@@ -16,6 +16,7 @@
 
 #include "app/app_globals.h"
 #include "app/motif_text.h"
+#include "app/widget_origin.h"
 #include "app/x_app.h"
 #include "picture/conversion_choice.h"
 
@@ -259,19 +260,6 @@ void build(Dialog &d, Widget parent) {
 
     refresh(d);
     XtManageChild(form);
-}
-
-// The origin of a widget (inside its border) from the dialog window's origin.
-void originInShell(Widget w, Position &x, Position &y) {
-    x = y = 0;
-    for (Widget p = w; p && !XtIsShell(p); p = XtParent(p)) {
-        Position px = 0, py = 0;
-        Dimension border = 0;
-        XtVaGetValues(p, XmNx, &px, XmNy, &py, XmNborderWidth, &border, nullptr);
-        if (XtParent(p) && XtIsShell(XtParent(p))) px = py = 0;
-        x = Position(x + px + border);
-        y = Position(y + py + border);
-    }
 }
 
 void reportWidget(const char *name, Widget w) {

@@ -164,16 +164,11 @@ TEST(Loading, ReducedJpegLoadsScaleInTheDecoder) {
     } cases[] = {{100, 75, 100, 75}, {160, 120, 200, 150}, {300, 0, 400, 300}, {801, 1, 800, 600}, {0, 0, 800, 600}};
     for (const Case &c : cases) {
         SCOPED_TRACE(c.wantW);
-        FormatParams params;
-        zntDefaultParams(&params);
-        params.flags = ZNT_LOAD_REDUCED;
-        params.reducedWidth = c.wantW;
-        params.reducedHeight = c.wantH;
-        Picture picture{};
-        ASSERT_EQ(zntLoad(path.c_str(), &picture, &params, nullptr), 0);
-        EXPECT_EQ(picture.width, c.gotW);
-        EXPECT_EQ(uint32_t(picture.height), c.gotH);
-        zntFree(&picture);
+        Loaded reduced;
+        loadReduced(reduced, path, c.wantW, c.wantH);
+        ASSERT_EQ(reduced.status, 0);
+        EXPECT_EQ(reduced.picture.width, c.gotW);
+        EXPECT_EQ(uint32_t(reduced.picture.height), c.gotH);
     }
 }
 
@@ -213,18 +208,13 @@ TEST(Loading, ReducedJpegLoadsTakeTheExifThumbnailWhenItFits) {
             uint32_t wantW, wantH;
         } cases[] = {{100, 75}, {200, 150}};
         for (const Case &c : cases) {
-            FormatParams params;
-            zntDefaultParams(&params);
-            params.flags = ZNT_LOAD_REDUCED;
-            params.reducedWidth = c.wantW;
-            params.reducedHeight = c.wantH;
-            Picture picture{};
-            ASSERT_EQ(zntLoad(dir.file("camera.jpg").c_str(), &picture, &params, nullptr), 0);
+            Loaded reduced;
+            loadReduced(reduced, dir.file("camera.jpg"), c.wantW, c.wantH);
+            ASSERT_EQ(reduced.status, 0);
             // A thumbnail of other proportions is not used: the decoder scales instead.
             const bool thumbnail = thumbHeight == 120 && c.wantW == 100;
-            EXPECT_EQ(picture.width, thumbnail ? 160u : c.wantW);
-            EXPECT_EQ(picture.data[0] > 200, thumbnail) << "the red thumbnail, or the picture itself";
-            zntFree(&picture);
+            EXPECT_EQ(reduced.picture.width, thumbnail ? 160u : c.wantW);
+            EXPECT_EQ(reduced.picture.data[0] > 200, thumbnail) << "the red thumbnail, or the picture itself";
         }
     }
 }

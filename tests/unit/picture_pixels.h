@@ -164,6 +164,15 @@ inline void loadWith(Loaded &out, const std::string &path, Adjust adjust) {
     out.message = info.message;
 }
 
+// A reduced load: page 0 at about width x height (a box of 0 x 0 asks for the whole picture).
+inline void loadReduced(Loaded &out, const std::string &path, uint32_t width, uint32_t height) {
+    loadWith(out, path, [&](FormatParams &p) {
+        p.flags = ZNT_LOAD_REDUCED;
+        p.reducedWidth = width;
+        p.reducedHeight = height;
+    });
+}
+
 // Cuts a file at several points and changes a few of its bytes, more of
 // them near the start, and loads each result (strictly, then ignoring read
 // errors) with the read options of `adjust`: every load gives a status or a

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "app/configuration_file.h"
+#include "default_settings.h"
 #include "imageops/op_support.h"
 #include "picture/conversion_choice.h"
 #include "picture/save_picture.h"
@@ -22,13 +23,6 @@ using testsupport::OwnedTestPicture;
 using testsupport::TempDir;
 
 namespace {
-
-std::unique_ptr<Settings> defaults() {
-    auto settings = std::make_unique<Settings>();
-    std::vector<FileTypeFlag> fileTypes;
-    loadSettings(nullptr, {}, *settings, fileTypes);
-    return settings;
-}
 
 // A 37 x 23 picture of `type` with varied pixels; grey pictures have 16
 // levels, palette pictures 200 colours.
@@ -169,7 +163,7 @@ TEST(Saving, EveryChoiceAFormatHoldsGivesAPictureItAccepts) {
 
 TEST(Saving, EveryWritableFormatSavesEveryPictureKind) {
     TempDir dir;
-    auto settings = defaults();
+    auto settings = defaultSettings();
     int saved = 0;
     for (int format = 0; format < zntCount(); ++format) {
         if (!zntFormatIsWritable(format)) continue;
@@ -239,7 +233,7 @@ TEST(Saving, OptionsReachTheFile) {
     };
     for (const Case &c : cases) {
         SCOPED_TRACE(c.compression);
-        auto settings = defaults();
+        auto settings = defaultSettings();
         c.set(*settings);
         OwnedTestPicture picture;
         makeSample(picture, c.type);
@@ -251,7 +245,7 @@ TEST(Saving, OptionsReachTheFile) {
     }
 
     // The JPEG quality, and 87a GIF headers.
-    auto settings = defaults();
+    auto settings = defaultSettings();
     OwnedTestPicture photo;
     makeSample(photo, ZNT_RGB, 200, 150);
     RecordingHooks hooks;
@@ -269,7 +263,7 @@ TEST(Saving, OptionsReachTheFile) {
 
 TEST(Saving, ConversionIsAskedRememberedAndReused) {
     TempDir dir;
-    auto settings = defaults();
+    auto settings = defaultSettings();
     OwnedTestPicture rgba;
     makeSample(rgba, ZNT_RGBA);
     forgetConversion();
@@ -333,7 +327,7 @@ TEST(Saving, ResizesToTheLargestSizeAFormatHolds) {
 
     // GIF sides end at 65535.
     TempDir dir;
-    auto settings = defaults();
+    auto settings = defaultSettings();
     OwnedTestPicture wide;
     makeSample(wide, ZNT_BINARY, 65540, 3);
     RecordingHooks hooks;
@@ -350,7 +344,7 @@ TEST(Saving, ResizesToTheLargestSizeAFormatHolds) {
 
 TEST(Saving, TransparentIndexIsMarkedForTheSaveOnly) {
     TempDir dir;
-    auto settings = defaults();
+    auto settings = defaultSettings();
     settings->save.gifUseTransparentIndex = true;
     settings->save.gifTransparentIndex = 5;
     OwnedTestPicture palette;
@@ -375,7 +369,7 @@ TEST(Saving, TransparentIndexIsMarkedForTheSaveOnly) {
 }
 
 TEST(Saving, FailuresAreReported) {
-    auto settings = defaults();
+    auto settings = defaultSettings();
     OwnedTestPicture rgb;
     makeSample(rgb, ZNT_RGB);
     RecordingHooks missingFolder;
