@@ -40,6 +40,7 @@
 #include "app/folder_listing.h"
 #include "app/later_parts.h"
 #include "app/message_box.h"
+#include "app/motif_text.h"
 #include "app/options_dialog.h"
 #include "app/save_formats.h"
 #include "app/selector_paths.h"
@@ -58,34 +59,6 @@ constexpr Dimension kDialogWidth = 680, kDialogHeight = 470;
 constexpr Dimension kPreviewWidth = 160, kPreviewHeight = 120;
 constexpr Dimension kFieldLabelWidth = 76;
 constexpr unsigned long kPreviewDelayMs = 150;   // the selection must rest this long before a preview loads
-
-// A compound string that frees itself.
-class Text {
-public:
-    explicit Text(const std::string &text) : string_(XmStringCreateLocalized(const_cast<char *>(text.c_str()))) {}
-    ~Text() { XmStringFree(string_); }
-    Text(const Text &) = delete;
-    Text &operator=(const Text &) = delete;
-    operator XmString() const { return string_; }
-
-private:
-    XmString string_;
-};
-
-std::string plainText(XmString string) {
-    char *text = nullptr;
-    if (!XmStringGetLtoR(string, const_cast<char *>(XmFONTLIST_DEFAULT_TAG), &text) || text == nullptr) return "";
-    std::string out(text);
-    XtFree(text);
-    return out;
-}
-
-std::string fieldText(Widget field) {
-    char *text = XmTextFieldGetString(field);
-    std::string out(text ? text : "");
-    XtFree(text);
-    return out;
-}
 
 // How the user last chose to list folders; kept for the session.
 struct ListOptions {
@@ -135,12 +108,12 @@ Selector *gSelector = nullptr;   // the one shown, while runFileSelector waits
 
 Widget label(Widget parent, const char *name, const std::string &text) {
     return XtVaCreateManagedWidget(name, xmLabelWidgetClass, parent, XmNlabelString,
-                                   static_cast<XmString>(Text(text)), XmNalignment, XmALIGNMENT_BEGINNING, nullptr);
+                                   static_cast<XmString>(CompoundString(text)), XmNalignment, XmALIGNMENT_BEGINNING, nullptr);
 }
 
 Widget button(Widget parent, const char *name, const std::string &text, XtCallbackProc callback) {
     Widget w = XtVaCreateManagedWidget(name, xmPushButtonWidgetClass, parent, XmNlabelString,
-                                       static_cast<XmString>(Text(text)), nullptr);
+                                       static_cast<XmString>(CompoundString(text)), nullptr);
     XtAddCallback(w, XmNactivateCallback, callback, nullptr);
     // Return presses the button that has the focus.
     XtOverrideTranslations(w, XtParseTranslationTable("<Key>Return: ArmAndActivate()\n<Key>KP_Enter: ArmAndActivate()"));
@@ -222,7 +195,7 @@ const PreviewTarget *previewTarget() {
 // The file the preview is about: the one named in the name field when it
 // names a single existing file, else the first selected in the list.
 std::string focusedFile(const Selector &s) {
-    const std::vector<std::string> names = splitNames(fieldText(s.nameField));
+    const std::vector<std::string> names = splitNames(textFieldValue(s.nameField));
     if (names.size() == 1) {
         const std::string path = resolvePath(s.folder, names[0], s.home);
         if (isRegularFile(path)) return path;
@@ -240,7 +213,7 @@ void showInformation(Selector &s, const FileInformation *info) {
     const std::string *values[kInfoCount] = {&texts.type, &texts.width, &texts.height, &texts.bits, &texts.planes,
                                              &texts.colors};
     for (int i = 0; i < kInfoCount; ++i)
-        XtVaSetValues(s.info[i], XmNlabelString, static_cast<XmString>(Text(*values[i])), nullptr);
+        XtVaSetValues(s.info[i], XmNlabelString, static_cast<XmString>(CompoundString(*values[i])), nullptr);
 }
 
 void updatePreview(Selector &s) {
@@ -425,7 +398,7 @@ void confirmSave(Selector &s, const std::string &typed) {
 }
 
 void confirm(Selector &s) {
-    const std::vector<std::string> names = splitNames(fieldText(s.nameField));
+    const std::vector<std::string> names = splitNames(textFieldValue(s.nameField));
     if (names.empty()) {
         XBell(XtDisplay(s.shell), 0);
         return;
@@ -512,7 +485,7 @@ void fileActivated(Widget, XtPointer, XtPointer) {
 void nameChanged(Widget, XtPointer, XtPointer) {
     if (!gSelector || gSelector->settingName) return;
     Selector &s = *gSelector;
-    const std::string typed = fieldText(s.nameField);
+    const std::string typed = textFieldValue(s.nameField);
     XmListDeselectAllItems(s.fileList);
     if (!typed.empty() && typed.find_first_of("/\"") == std::string::npos && !hasPatternCharacter(typed)) {
         for (size_t i = 0; i < s.files.size(); ++i) {
@@ -562,7 +535,7 @@ void formatChosen(Widget w, XtPointer, XtPointer) {
     const auto at = std::find(s.formatButtons.begin(), s.formatButtons.end(), w);
     if (at == s.formatButtons.end()) return;
     chooseFormatPosition(s, int(at - s.formatButtons.begin()));
-    const std::string typed = fieldText(s.nameField);
+    const std::string typed = textFieldValue(s.nameField);
     // Set as if typed, so that the list follows the new name.
     if (!typed.empty() && typed.find('"') == std::string::npos)
         XmTextFieldSetString(s.nameField, const_cast<char *>(withFormatSuffix(typed, chosenFormat(s)).c_str()));
@@ -607,7 +580,7 @@ void SelectorMove(Widget, XEvent *, String *params, Cardinal *count) {
 void SelectorComplete(Widget w, XEvent *event, String *, Cardinal *) {
     if (!gSelector) return;
     Selector &s = *gSelector;
-    const std::string typed = fieldText(s.nameField);
+    const std::string typed = textFieldValue(s.nameField);
     if (!typed.empty() && typed.find('"') == std::string::npos) {
         // Complete the last component among the entries of its folder.
         const size_t slash = typed.rfind('/');
@@ -642,7 +615,7 @@ bool askFolderName(Widget parent, std::string &name) {
     } answer;
     Arg args[3];
     Cardinal n = 0;
-    const Text prompt("Name of the new folder:"), title("New Folder");
+    const CompoundString prompt("Name of the new folder:"), title("New Folder");
     XtSetArg(args[n], XmNselectionLabelString, static_cast<XmString>(prompt)), ++n;
     XtSetArg(args[n], XmNdialogTitle, static_cast<XmString>(title)), ++n;
     XtSetArg(args[n], XmNdialogStyle, XmDIALOG_PRIMARY_APPLICATION_MODAL), ++n;
@@ -736,12 +709,12 @@ Widget createPopup(Selector &s) {
         Widget w;
         if (toggle)
             w = XtVaCreateManagedWidget(name, xmToggleButtonGadgetClass, popup, XmNlabelString,
-                                        static_cast<XmString>(Text(text)), XmNset, set ? XmSET : XmUNSET,
+                                        static_cast<XmString>(CompoundString(text)), XmNset, set ? XmSET : XmUNSET,
                                         XmNindicatorType, toggle == 2 ? XmONE_OF_MANY : XmN_OF_MANY,
                                         XmNvisibleWhenOff, True, nullptr);
         else
             w = XtVaCreateManagedWidget(name, xmPushButtonGadgetClass, popup, XmNlabelString,
-                                        static_cast<XmString>(Text(text)), nullptr);
+                                        static_cast<XmString>(CompoundString(text)), nullptr);
         XtAddCallback(w, toggle ? XmNvalueChangedCallback : XmNactivateCallback, popupChosen,
                       reinterpret_cast<XtPointer>(intptr_t(code)));
         return w;
@@ -795,13 +768,13 @@ void createFormatMenu(Selector &s, Widget form) {
     Widget pulldown = XmCreatePulldownMenu(form, const_cast<char *>("formatPulldown"), nullptr, 0);
     for (const SaveFormat &format : s.formats) {
         Widget item = XtVaCreateManagedWidget(format.name.c_str(), xmPushButtonGadgetClass, pulldown, XmNlabelString,
-                                              static_cast<XmString>(Text(format.label)), nullptr);
+                                              static_cast<XmString>(CompoundString(format.label)), nullptr);
         XtAddCallback(item, XmNactivateCallback, formatChosen, nullptr);
         s.formatButtons.push_back(item);
     }
     Arg args[2];
     Cardinal n = 0;
-    const Text title("Format:");
+    const CompoundString title("Format:");
     XtSetArg(args[n], XmNsubMenuId, pulldown), ++n;
     XtSetArg(args[n], XmNlabelString, static_cast<XmString>(title)), ++n;
     s.formatMenu = XmCreateOptionMenu(form, const_cast<char *>("optionFormat"), args, n);
@@ -859,7 +832,7 @@ void createDialog(Selector &s, Widget parent) {
                                              XmNmarginHeight, 0, XmNhighlightThickness, 0, XmNshadowThickness, 0,
                                              nullptr);
     s.previewToggle = XtVaCreateManagedWidget("togglePreview", xmToggleButtonWidgetClass, column, XmNlabelString,
-                                              static_cast<XmString>(Text("Preview")), XmNset,
+                                              static_cast<XmString>(CompoundString("Preview")), XmNset,
                                               gSettings.load.preview ? XmSET : XmUNSET, nullptr);
     XtAddCallback(s.previewToggle, XmNvalueChangedCallback, previewToggled, nullptr);
     for (int i = 0; i < kInfoCount; ++i) s.info[i] = label(column, kInfoNames[i], "");

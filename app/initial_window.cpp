@@ -18,6 +18,7 @@
 
 #include "app/command_line.h"
 #include "app/later_parts.h"
+#include "app/motif_text.h"
 #include "app/shell_quote.h"
 #include "app/x_app.h"
 
@@ -58,29 +59,24 @@ constexpr MenuItem kHelpMenu[] = {
 };
 
 template <size_t N>
-Widget addMenu(Widget menuBar, const char *name, const char *label, const MenuItem (&items)[N]) {
+Widget addMenu(Widget menuBar, const char *name, const char *label, char mnemonic, const MenuItem (&items)[N]) {
     Widget pulldown = XmCreatePulldownMenu(menuBar, const_cast<char *>((std::string(name) + "Menu").c_str()), nullptr, 0);
     for (const MenuItem &item : items) {
         if (item.name == nullptr) {
             XtCreateManagedWidget("separator", xmSeparatorWidgetClass, pulldown, nullptr, 0);
             continue;
         }
-        XmString text = XmStringCreateLocalized(const_cast<char *>(item.label));
-        XmString accelText = item.acceleratorText ? XmStringCreateLocalized(const_cast<char *>(item.acceleratorText))
-                                                  : nullptr;
-        Widget button = XtVaCreateManagedWidget(item.name, xmPushButtonWidgetClass, pulldown, XmNlabelString, text,
-                                                nullptr);
+        Widget button = XtVaCreateManagedWidget(item.name, xmPushButtonWidgetClass, pulldown, XmNlabelString,
+                                                static_cast<XmString>(CompoundString(item.label)), nullptr);
         if (item.accelerator)
-            XtVaSetValues(button, XmNaccelerator, item.accelerator, XmNacceleratorText, accelText, nullptr);
+            XtVaSetValues(button, XmNaccelerator, item.accelerator, XmNacceleratorText,
+                          static_cast<XmString>(CompoundString(item.acceleratorText ? item.acceleratorText : "")),
+                          nullptr);
         XtAddCallback(button, XmNactivateCallback, item.callback, nullptr);
-        XmStringFree(text);
-        if (accelText) XmStringFree(accelText);
     }
-    XmString text = XmStringCreateLocalized(const_cast<char *>(label));
-    Widget cascade = XtVaCreateManagedWidget(name, xmCascadeButtonWidgetClass, menuBar, XmNlabelString, text,
-                                             XmNsubMenuId, pulldown, nullptr);
-    XmStringFree(text);
-    return cascade;
+    return XtVaCreateManagedWidget(name, xmCascadeButtonWidgetClass, menuBar, XmNlabelString,
+                                   static_cast<XmString>(CompoundString(label)), XmNsubMenuId, pulldown, XmNmnemonic,
+                                   KeySym(mnemonic), nullptr);
 }
 
 void initialWindowClosed(Widget, XtPointer, XtPointer) {
@@ -137,8 +133,8 @@ Widget openInitialWindow() {
     Widget menuBar = XmCreateMenuBar(form, const_cast<char *>("menuBar"), nullptr, 0);
     XtVaSetValues(menuBar, XmNtopAttachment, XmATTACH_FORM, XmNleftAttachment, XmATTACH_FORM, XmNrightAttachment,
                   XmATTACH_FORM, nullptr);
-    addMenu(menuBar, "file", "File", kFileMenu);
-    Widget help = addMenu(menuBar, "help", "Help", kHelpMenu);
+    addMenu(menuBar, "file", "File", 'F', kFileMenu);
+    Widget help = addMenu(menuBar, "help", "Help", 'H', kHelpMenu);
     XtVaSetValues(menuBar, XmNmenuHelpWidget, help, nullptr);
     XtManageChild(menuBar);
     XtPopup(gInitialShell, XtGrabNone);
@@ -177,12 +173,11 @@ void showAboutBox(Widget parent) {
                       w);
     w = addAboutLabel(form, "labelThanks", "I would like to thank all users who send me messages !", w);
 
-    XmString okText = XmStringCreateLocalized(const_cast<char *>("O.K."));
-    Widget ok = XtVaCreateManagedWidget("buttonOk", xmPushButtonWidgetClass, form, XmNlabelString, okText,
+    const CompoundString okText("O.K.");
+    Widget ok = XtVaCreateManagedWidget("buttonOk", xmPushButtonWidgetClass, form, XmNlabelString, static_cast<XmString>(okText),
                                         XmNtopAttachment, XmATTACH_WIDGET, XmNtopWidget, w, XmNtopOffset, 8,
                                         XmNleftAttachment, XmATTACH_POSITION, XmNleftPosition, 40,
                                         XmNrightAttachment, XmATTACH_POSITION, XmNrightPosition, 60, nullptr);
-    XmStringFree(okText);
     XtAddCallback(ok, XmNactivateCallback, aboutOk, nullptr);
     XtVaSetValues(form, XmNdefaultButton, ok, nullptr);
 

@@ -7,6 +7,7 @@
 
 #include "app/app_globals.h"
 #include "app/message_text.h"
+#include "app/motif_text.h"
 #include "app/x_app.h"
 
 namespace quivel {
@@ -54,18 +55,15 @@ bool askQuestion(Widget parent, const std::string &text) {
     logMessage(text);
     enum { kWaiting, kYes, kNo } answer = kWaiting;
     XmString message = XmStringCreateLtoR(const_cast<char *>(text.c_str()), const_cast<char *>(XmFONTLIST_DEFAULT_TAG));
-    XmString yes = XmStringCreateLocalized(const_cast<char *>("Yes"));
-    XmString no = XmStringCreateLocalized(const_cast<char *>("No"));
+    const CompoundString yes("Yes"), no("No");
     Arg args[5];
     XtSetArg(args[0], XmNmessageString, message);
-    XtSetArg(args[1], XmNokLabelString, yes);
-    XtSetArg(args[2], XmNcancelLabelString, no);
+    XtSetArg(args[1], XmNokLabelString, static_cast<XmString>(yes));
+    XtSetArg(args[2], XmNcancelLabelString, static_cast<XmString>(no));
     XtSetArg(args[3], XmNdialogStyle, XmDIALOG_FULL_APPLICATION_MODAL);
     XtSetArg(args[4], XmNdeleteResponse, XmUNMAP);
     Widget box = XmCreateQuestionDialog(boxParent(parent), const_cast<char *>("question"), args, 5);
     XmStringFree(message);
-    XmStringFree(yes);
-    XmStringFree(no);
     XtVaSetValues(XtParent(box), XmNtitle, "Question", nullptr);
     XtUnmanageChild(XmMessageBoxGetChild(box, XmDIALOG_HELP_BUTTON));
     auto answered = [](Widget, XtPointer clientData, XtPointer callData) {

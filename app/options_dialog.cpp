@@ -26,8 +26,10 @@
 #include "app/app_globals.h"
 #include "app/file_selector.h"
 #include "app/later_parts.h"
+#include "app/motif_text.h"
 #include "app/options_pages.h"
 #include "app/settings.h"
+#include "app/widget_origin.h"
 #include "app/x_app.h"
 #include "zentar.h"
 
@@ -67,19 +69,6 @@ struct Dialog {
 
 std::unique_ptr<Dialog> gDialog;
 
-// A compound string that frees itself.
-class Text {
-public:
-    explicit Text(const std::string &text) : string_(XmStringCreateLocalized(const_cast<char *>(text.c_str()))) {}
-    ~Text() { XmStringFree(string_); }
-    Text(const Text &) = delete;
-    Text &operator=(const Text &) = delete;
-    operator XmString() const { return string_; }
-
-private:
-    XmString string_;
-};
-
 Widget newLine(Widget page) {
     return XtVaCreateManagedWidget("line", xmRowColumnWidgetClass, page, XmNorientation, XmHORIZONTAL,
                                    XmNmarginWidth, 0, XmNmarginHeight, 0, XmNspacing, 6,
@@ -87,7 +76,7 @@ Widget newLine(Widget page) {
 }
 
 Widget addLabel(Widget line, const char *name, const std::string &text) {
-    return XtVaCreateManagedWidget(name, xmLabelWidgetClass, line, XmNlabelString, static_cast<XmString>(Text(text)),
+    return XtVaCreateManagedWidget(name, xmLabelWidgetClass, line, XmNlabelString, static_cast<XmString>(CompoundString(text)),
                                    nullptr);
 }
 
@@ -99,14 +88,13 @@ void chooseFileActivated(Widget button, XtPointer clientData, XtPointer) {
     Widget field = static_cast<Widget>(clientData);
     const char *filter = nullptr;
     XtVaGetValues(button, XmNuserData, &filter, nullptr);
-    char *current = XmTextFieldGetString(field);
+    const std::string current = textFieldValue(field);
     const SelectorRequest request{.mode = SelectorMode::View,
                                   .title = "Choose File...",
                                   .confirmLabel = "OK",
-                                  .start = current ? current : "",
+                                  .start = current,
                                   .filter = filter ? filter : "",
                                   .rememberedFolder = lastFolder};
-    XtFree(current);
     FileSelection chosen;
     if (runFileSelector(gDialog ? gDialog->shell : nullptr, request, chosen))
         XmTextFieldSetString(field, const_cast<char *>(chosen.files.front().c_str()));
@@ -114,7 +102,7 @@ void chooseFileActivated(Widget button, XtPointer clientData, XtPointer) {
 
 void addChooseButton(Widget line, const std::string &name, Widget field, const char *filter) {
     Widget button = XtVaCreateManagedWidget((name + "Choose").c_str(), xmPushButtonWidgetClass, line, XmNlabelString,
-                                            static_cast<XmString>(Text("Choose...")), XmNuserData, filter, nullptr);
+                                            static_cast<XmString>(CompoundString("Choose...")), XmNuserData, filter, nullptr);
     XtAddCallback(button, XmNactivateCallback, chooseFileActivated, field);
 }
 
@@ -127,7 +115,7 @@ BuiltControl addControl(Widget line, const OptionControl &control) {
         break;
     case ControlKind::Toggle:
         built.widget = XtVaCreateManagedWidget(name.c_str(), xmToggleButtonWidgetClass, line, XmNlabelString,
-                                               static_cast<XmString>(Text(control.label)), XmNset,
+                                               static_cast<XmString>(CompoundString(control.label)), XmNset,
                                                toggleState(gSettings, control) ? XmSET : XmUNSET, nullptr);
         break;
     case ControlKind::TextField: {
@@ -146,13 +134,13 @@ BuiltControl addControl(Widget line, const OptionControl &control) {
         for (const MenuItem &item : menuItems(gSettings, control)) {
             built.menuButtons.push_back(XtVaCreateManagedWidget("item", xmPushButtonGadgetClass, pulldown,
                                                                 XmNlabelString,
-                                                                static_cast<XmString>(Text(item.label)), nullptr));
+                                                                static_cast<XmString>(CompoundString(item.label)), nullptr));
             built.menuValues.push_back(item.value);
         }
         Arg args[3];
         Cardinal n = 0;
         XtSetArg(args[n], XmNsubMenuId, pulldown), ++n;
-        const Text label(control.label);
+        const CompoundString label(control.label);
         XtSetArg(args[n], XmNlabelString, static_cast<XmString>(label)), ++n;
         XtSetArg(args[n], XmNmenuHistory, built.menuButtons[size_t(menuPosition(gSettings, control))]), ++n;
         built.widget = XmCreateOptionMenu(line, const_cast<char *>(name.c_str()), args, n);
@@ -166,7 +154,7 @@ BuiltControl addControl(Widget line, const OptionControl &control) {
 // The titles above a list. The page's column is as wide as its widest entry,
 // so this label also gives the list below its width.
 void addColumnTitles(Widget column, const std::string &titles) {
-    XtVaCreateManagedWidget("label", xmLabelWidgetClass, column, XmNlabelString, static_cast<XmString>(Text(titles)),
+    XtVaCreateManagedWidget("label", xmLabelWidgetClass, column, XmNlabelString, static_cast<XmString>(CompoundString(titles)),
                             XmNalignment, XmALIGNMENT_BEGINNING, XmNrecomputeSize, False, XmNwidth, kListWidth,
                             nullptr);
 }
@@ -193,16 +181,16 @@ void addFileTypes(Widget pageWidget, BuiltPage &page) {
     for (const FileTypeFlag &record : gFileTypeFlags) {
         const std::string name(record.name, strnlen(record.name, sizeof record.name));
         const char *description = zntFormatGetDescription(zntFormatGetIndex(name.c_str()));
-        XmListAddItemUnselected(page.fileTypeList, Text(fileTypeRow(name, description ? description : "")), 0);
+        XmListAddItemUnselected(page.fileTypeList, CompoundString(fileTypeRow(name, description ? description : "")), 0);
         ++page.fileTypeCount;
         if (record.enabled) XmListSelectPos(page.fileTypeList, int(page.fileTypeCount), False);
     }
     XtManageChild(page.fileTypeList);
     Widget line = newLine(pageWidget);
     Widget all = XtVaCreateManagedWidget("buttonAll", xmPushButtonWidgetClass, line, XmNlabelString,
-                                         static_cast<XmString>(Text("Enable all")), nullptr);
+                                         static_cast<XmString>(CompoundString("Enable all")), nullptr);
     Widget none = XtVaCreateManagedWidget("buttonNone", xmPushButtonWidgetClass, line, XmNlabelString,
-                                          static_cast<XmString>(Text("Disable all")), nullptr);
+                                          static_cast<XmString>(CompoundString("Disable all")), nullptr);
     XtAddCallback(all, XmNactivateCallback, setAllFileTypes, reinterpret_cast<XtPointer>(1));
     XtAddCallback(none, XmNactivateCallback, setAllFileTypes, nullptr);
 }
@@ -210,7 +198,7 @@ void addFileTypes(Widget pageWidget, BuiltPage &page) {
 void fillCacheList(Widget list) {
     XmListDeleteAllItems(list);
     for (const CachedFolder &folder : cachedFolders())
-        XmListAddItemUnselected(list, Text(cacheRow(folder.folder, folder.imageCount, folder.sizeBytes)), 0);
+        XmListAddItemUnselected(list, CompoundString(cacheRow(folder.folder, folder.imageCount, folder.sizeBytes)), 0);
 }
 
 void removeAllActivated(Widget, XtPointer clientData, XtPointer) {
@@ -221,7 +209,7 @@ void removeAllActivated(Widget, XtPointer clientData, XtPointer) {
 void addCacheMaintenance(Widget pageWidget, BuiltPage &page) {
     Widget frame = XtVaCreateManagedWidget("frameCache", xmFrameWidgetClass, pageWidget, nullptr);
     XtVaCreateManagedWidget("title", xmLabelWidgetClass, frame, XmNchildType, XmFRAME_TITLE_CHILD, XmNlabelString,
-                            static_cast<XmString>(Text("Cache maintenance")), nullptr);
+                            static_cast<XmString>(CompoundString("Cache maintenance")), nullptr);
     Widget area = XtVaCreateManagedWidget("cacheArea", xmRowColumnWidgetClass, frame, XmNorientation, XmVERTICAL,
                                           nullptr);
     addColumnTitles(area, cacheTitleRow());
@@ -235,7 +223,7 @@ void addCacheMaintenance(Widget pageWidget, BuiltPage &page) {
     XtManageChild(page.cacheList);
     Widget line = newLine(area);
     Widget remove = XtVaCreateManagedWidget("buttonRemoveAll", xmPushButtonWidgetClass, line, XmNlabelString,
-                                            static_cast<XmString>(Text("Remove all")), nullptr);
+                                            static_cast<XmString>(CompoundString("Remove all")), nullptr);
     XtAddCallback(remove, XmNactivateCallback, removeAllActivated, page.cacheList);
 }
 
@@ -251,21 +239,6 @@ void buildPage(const OptionPage &page, BuiltPage &built) {
     }
     if (page.extra == PageExtra::FileTypes) addFileTypes(built.widget, built);
     if (page.extra == PageExtra::Cache) addCacheMaintenance(built.widget, built);
-}
-
-// The origin of a widget's window (inside its border), in pixels from the
-// dialog window's origin. The shell's child fills the shell whatever its x
-// and y say (a shell's child may report the shell's own position).
-void originInShell(Widget w, Position &x, Position &y) {
-    x = y = 0;
-    for (Widget p = w; p && !XtIsShell(p); p = XtParent(p)) {
-        Position px = 0, py = 0;
-        Dimension border = 0;
-        XtVaGetValues(p, XmNx, &px, XmNy, &py, XmNborderWidth, &border, nullptr);
-        if (XtParent(p) && XtIsShell(XtParent(p))) px = py = 0;
-        x = Position(x + px + border);
-        y = Position(y + py + border);
-    }
 }
 
 void reportGeometry(const char *group, const char *name, Widget w, Position x, Position y, Dimension width,
@@ -310,7 +283,7 @@ void showPage(int index) {
     BuiltPage &built = gDialog->pages[size_t(index)];
     if (built.widget == nullptr) buildPage(pages[size_t(index)], built);
     XtManageChild(built.widget);
-    XtVaSetValues(gDialog->pageTitle, XmNlabelString, static_cast<XmString>(Text(pages[size_t(index)].title)),
+    XtVaSetValues(gDialog->pageTitle, XmNlabelString, static_cast<XmString>(CompoundString(pages[size_t(index)].title)),
                   nullptr);
     gDialog->current = index;
     // The layout settles once the page is managed; report it after that.
@@ -349,9 +322,7 @@ void storeControls() {
             case ControlKind::Heading: break;
             case ControlKind::Toggle: storeToggle(gSettings, control, XmToggleButtonGetState(built.widget)); break;
             case ControlKind::TextField: {
-                char *text = XmTextFieldGetString(built.widget);
-                storeFieldText(gSettings, control, text ? text : "");
-                XtFree(text);
+                storeFieldText(gSettings, control, textFieldValue(built.widget));
                 // Show what was stored (the gamma may have been raised).
                 XmTextFieldSetString(built.widget, const_cast<char *>(fieldText(gSettings, control).c_str()));
                 break;
@@ -385,7 +356,7 @@ void dialogDestroyed(Widget, XtPointer, XtPointer) { gDialog.reset(); }
 
 Widget addButton(Widget form, const char *name, const char *label, int left, Widget above, XtCallbackProc callback) {
     Widget button = XtVaCreateManagedWidget(name, xmPushButtonWidgetClass, form, XmNlabelString,
-                                            static_cast<XmString>(Text(label)), XmNleftAttachment,
+                                            static_cast<XmString>(CompoundString(label)), XmNleftAttachment,
                                             XmATTACH_POSITION, XmNleftPosition, left, XmNrightAttachment,
                                             XmATTACH_POSITION, XmNrightPosition, left + 22, XmNtopAttachment,
                                             XmATTACH_WIDGET, XmNtopWidget, above, XmNtopOffset, 8,

@@ -40,23 +40,17 @@ if [[ ! -s "$photo_ppm" ]]; then
   "$djpeg" -pnm -outfile "$photo_ppm" "$photo_jpg" || exit 1
 fi
 
-# Best wall time and best processor time (user + system) in milliseconds,
-# and peak memory in MiB, of a command over $runs runs: "wall cpu mib".
-best_of() {
-  local best="" cpu="" mem=0 line stats ms used kib
-  stats=$(mktemp)
-  for ((i = 0; i < runs; ++i)); do
-    /usr/bin/time -o "$stats" -f "%e %U %S %M" "$@" >/dev/null 2>&1
-    line=$(tail -1 "$stats")
-    ms=$(awk '{printf "%d", $1 * 1000}' <<<"$line")
-    used=$(awk '{printf "%d", ($2 + $3) * 1000}' <<<"$line")
-    kib=$(awk '{print $4}' <<<"$line")
-    [[ -z "$best" || $ms -lt $best ]] && best=$ms
-    [[ -z "$cpu" || $used -lt $cpu ]] && cpu=$used
-    ((kib > mem)) && mem=$kib
-  done
-  rm -f "$stats"
-  echo "$best $cpu $((mem / 1024))"
+source "$top/bench/common.sh"
+need_gnu_time compare_imageops.sh
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+
+# Best wall and processor time in ms and peak memory in MiB of a command:
+# "wall cpu mib"; zeros when it fails.
+measure() {
+  local wall cpu kib
+  read -r wall cpu kib < <(best_of "$@")
+  if [[ $wall == failed ]]; then echo "0 0 0"; else echo "$wall $cpu $((kib / 1024))"; fi
 }
 
 # Quivel: best real and processor time of one benchmark (ms), and the
@@ -80,7 +74,7 @@ out="$data/out.ppm"
 echo
 echo "Photograph: 6000 x 4000, best of $runs runs; times in ms as wall (processor), memory in MiB"
 if [[ -n "$magick" ]]; then
-  read -r base base_cpu _ < <(best_of "$magick" "$photo_ppm" "$out")
+  read -r base base_cpu _ < <(measure "$magick" "$photo_ppm" "$out")
   echo "ImageMagick reading and writing the PPM alone: $base ($base_cpu) ($magick)"
 else
   echo "ImageMagick not found: its columns are skipped"
@@ -92,7 +86,7 @@ for task in "monochrome:-monochrome" "grey:-colorspace gray" "colors256:-colors 
   read -r -a args <<<"${task#*:}"
   read -r ours ours_cpu ours_mem < <(quivel_time "$name")
   if [[ -n "$magick" ]]; then
-    read -r theirs theirs_cpu theirs_mem < <(best_of "$magick" "$photo_ppm" "${args[@]}" "$out")
+    read -r theirs theirs_cpu theirs_mem < <(measure "$magick" "$photo_ppm" "${args[@]}" "$out")
     net=$((theirs - base))
     net_cpu=$((theirs_cpu - base_cpu))
     printf '%-11s %14s %5s %16s %14s %5s %11s %8s\n' "$name" "$ours ($ours_cpu)" "$ours_mem" \
@@ -104,8 +98,8 @@ done
 
 echo
 if [[ -n "$djpeg" && -s "$photo_jpg" ]]; then
-  read -r plain plain_cpu _ < <(best_of "$djpeg" -bmp -outfile /dev/null "$photo_jpg")
-  read -r quant quant_cpu quant_mem < <(best_of "$djpeg" -colors 256 -bmp -outfile /dev/null "$photo_jpg")
+  read -r plain plain_cpu _ < <(measure "$djpeg" -bmp -outfile /dev/null "$photo_jpg")
+  read -r quant quant_cpu quant_mem < <(measure "$djpeg" -colors 256 -bmp -outfile /dev/null "$photo_jpg")
   read -r ours ours_cpu _ < <(quivel_time colors256)
   net=$((quant - plain))
   net_cpu=$((quant_cpu - plain_cpu))

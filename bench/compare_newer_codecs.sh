@@ -23,49 +23,12 @@ for program in "$bench" "$makeDng"; do
     exit 1
   fi
 done
-if [[ ! -x /usr/bin/time ]]; then
-  echo "compare_newer_codecs.sh: GNU time (/usr/bin/time) is needed for peak memory" >&2
-  exit 1
-fi
+source "$top/bench/common.sh"
+need_gnu_time compare_newer_codecs.sh
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
-have() { command -v "$1" >/dev/null 2>&1; }
-
-# best_of COMMAND...: prints "<best wall ms> <peak KiB>" over $runs runs.
-best_of() {
-  local best="" peak=0 i start end ms kib
-  for ((i = 0; i < runs; i++)); do
-    start=$(date +%s%N)
-    if ! /usr/bin/time -f '%M' -o "$work/mem" "$@" >/dev/null 2>"$work/err"; then
-      echo "failed"
-      return 1
-    fi
-    end=$(date +%s%N)
-    ms=$(((end - start) / 1000000))
-    kib=$(tail -n 1 "$work/mem")
-    if [[ -z $best || $ms -lt $best ]]; then best=$ms; fi
-    if ((kib > peak)); then peak=$kib; fi
-  done
-  echo "$best $peak"
-}
-
-# row TASK TOOL COMMAND...: times the command and prints a row; the first
-# row after reference=0 is the reference of the ratios that follow.
-reference=0
-row() {
-  local task=$1 tool=$2
-  shift 2
-  local result
-  result=$(best_of "$@") || { printf '%-30s %-22s %s\n' "$task" "$tool" "failed: $(head -c 200 "$work/err")"; return; }
-  read -r ms kib <<<"$result"
-  if ((reference == 0)); then reference=$ms; fi
-  local ratio="-"
-  if ((reference > 0)); then ratio=$(awk -v a="$ms" -v b="$reference" 'BEGIN { printf "%.2f", a / b }'); fi
-  printf '%-30s %-22s %8d ms %8.1f MiB %8s\n' "$task" "$tool" "$ms" "$(awk -v k="$kib" 'BEGIN { print k / 1024 }')" "$ratio"
-}
-
-skip() { printf '%-30s %-22s skipped: %s is not installed\n' "$1" "$2" "$2"; }
+task_width=30 tool_width=22
 
 echo "Making the pictures (4000 x 3000; a 4000 x 3000 DNG with a 1024 x 768 preview) in $work ..."
 "$bench" --task make-photo "$work/photo.ppm" 4000 3000 || exit 1
@@ -75,7 +38,7 @@ done
 "$makeDng" "$work/camera.dng" 4000 3000 1024 768 || exit 1
 
 echo
-printf '%-30s %-22s %11s %12s %8s\n' "task" "tool" "best wall" "peak memory" "ratio"
+heading
 
 reference=0
 row "WebP decode 12 Mpx" "libzentar" "$bench" --task decode "$work/photo.webp"

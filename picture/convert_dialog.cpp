@@ -15,6 +15,8 @@
 #include <vector>
 
 #include "app/app_globals.h"
+#include "app/motif_text.h"
+#include "app/widget_origin.h"
 #include "app/x_app.h"
 #include "picture/conversion_choice.h"
 
@@ -43,19 +45,6 @@ constexpr DitherControl kDitherControls[] = {
     {ConversionDither::FloydSteinberg, "floydSteinberg", "Floyd Steinberg"},
     {ConversionDither::Halftone45, "halftone45", "HalfTone 45"},
     {ConversionDither::Halftone90, "halftone90", "HalfTone 90"},
-};
-
-// A compound string that frees itself.
-class Text {
-public:
-    explicit Text(const std::string &text) : string_(XmStringCreateLocalized(const_cast<char *>(text.c_str()))) {}
-    ~Text() { XmStringFree(string_); }
-    Text(const Text &) = delete;
-    Text &operator=(const Text &) = delete;
-    operator XmString() const { return string_; }
-
-private:
-    XmString string_;
 };
 
 // An option menu of counts and its items.
@@ -183,7 +172,7 @@ Widget radioBox(Widget parent, const char *name, int columns) {
 
 Widget framed(Widget parent, const char *name, const char *title) {
     Widget frame = XtVaCreateManagedWidget(name, xmFrameWidgetClass, parent, nullptr);
-    Text label(title);
+    const CompoundString label(title);
     XtVaCreateManagedWidget("title", xmLabelWidgetClass, frame, XmNchildType, XmFRAME_TITLE_CHILD, XmNlabelString,
                             static_cast<XmString>(label), nullptr);
     return frame;
@@ -193,7 +182,7 @@ void buildCountMenu(Dialog &d, Widget parent, CountMenu &menu, const char *name)
     Widget pulldown = XmCreatePulldownMenu(parent, const_cast<char *>((std::string(name) + "Items").c_str()), nullptr, 0);
     for (int count : countsOfKind(menu.kind)) {
         const std::string text = std::to_string(count);
-        Text label(text);
+        const CompoundString label(text);
         Widget item = XtVaCreateManagedWidget(("count" + text).c_str(), xmPushButtonWidgetClass, pulldown,
                                               XmNlabelString, static_cast<XmString>(label), nullptr);
         XtAddCallback(item, XmNactivateCallback, countChosen, &d);
@@ -230,13 +219,13 @@ void build(Dialog &d, Widget parent) {
     // Two columns: the kinds, and beside grey and colours their counts.
     Widget kinds = radioBox(kindFrame, "kinds", 2);
     for (size_t i = 0; i < std::size(kKindControls); ++i) {
-        Text label(kKindControls[i].label);
+        const CompoundString label(kKindControls[i].label);
         d.kindToggles[i] = XtVaCreateManagedWidget(kKindControls[i].name, xmToggleButtonWidgetClass, kinds,
                                                    XmNlabelString, static_cast<XmString>(label), XmNindicatorType,
                                                    XmONE_OF_MANY, nullptr);
         XtAddCallback(d.kindToggles[i], XmNvalueChangedCallback, kindChanged, &d);
     }
-    Text blank("");
+    const CompoundString blank("");
     XtVaCreateManagedWidget("space", xmLabelWidgetClass, kinds, XmNlabelString, static_cast<XmString>(blank), nullptr);
     buildCountMenu(d, kinds, d.greyMenu, "greyLevels");
     buildCountMenu(d, kinds, d.colorMenu, "colorCount");
@@ -245,7 +234,7 @@ void build(Dialog &d, Widget parent) {
     Widget ditherFrame = framed(choices, "ditherFrame", "Dithering");
     Widget dithers = radioBox(ditherFrame, "dithers", 1);
     for (size_t i = 0; i < std::size(kDitherControls); ++i) {
-        Text label(kDitherControls[i].label);
+        const CompoundString label(kDitherControls[i].label);
         d.ditherToggles[i] = XtVaCreateManagedWidget(kDitherControls[i].name, xmToggleButtonWidgetClass, dithers,
                                                      XmNlabelString, static_cast<XmString>(label), XmNindicatorType,
                                                      XmONE_OF_MANY, nullptr);
@@ -255,7 +244,7 @@ void build(Dialog &d, Widget parent) {
     Widget separator = XtVaCreateManagedWidget(
         "separator", xmSeparatorWidgetClass, form, XmNtopAttachment, XmATTACH_WIDGET, XmNtopWidget, choices,
         XmNleftAttachment, XmATTACH_FORM, XmNrightAttachment, XmATTACH_FORM, nullptr);
-    Text okText("OK"), cancelText("Cancel");
+    const CompoundString okText("OK"), cancelText("Cancel");
     d.ok = XtVaCreateManagedWidget("ok", xmPushButtonWidgetClass, form, XmNlabelString, static_cast<XmString>(okText),
                                    XmNtopAttachment, XmATTACH_WIDGET, XmNtopWidget, separator, XmNbottomAttachment,
                                    XmATTACH_FORM, XmNleftAttachment, XmATTACH_POSITION, XmNleftPosition, 15,
@@ -271,19 +260,6 @@ void build(Dialog &d, Widget parent) {
 
     refresh(d);
     XtManageChild(form);
-}
-
-// The origin of a widget (inside its border) from the dialog window's origin.
-void originInShell(Widget w, Position &x, Position &y) {
-    x = y = 0;
-    for (Widget p = w; p && !XtIsShell(p); p = XtParent(p)) {
-        Position px = 0, py = 0;
-        Dimension border = 0;
-        XtVaGetValues(p, XmNx, &px, XmNy, &py, XmNborderWidth, &border, nullptr);
-        if (XtParent(p) && XtIsShell(XtParent(p))) px = py = 0;
-        x = Position(x + px + border);
-        y = Position(y + py + border);
-    }
 }
 
 void reportWidget(const char *name, Widget w) {

@@ -16,6 +16,7 @@
 
 #include "app/app_globals.h"
 #include "app/message_box.h"
+#include "app/motif_text.h"
 #include "app/settings.h"
 #include "app/x_app.h"
 #include "picture/convert_dialog.h"
@@ -69,12 +70,11 @@ void createProgressDialog(Widget parent, const char *title, const std::string &t
     XtAddCallback(gProgress.shell, XmNdestroyCallback, progressDestroyed, nullptr);
     Widget form = XtVaCreateWidget("form", xmFormWidgetClass, gProgress.shell, XmNautoUnmanage, False,
                                    XmNmarginWidth, 12, XmNmarginHeight, 10, XmNverticalSpacing, 8, nullptr);
-    XmString label = XmStringCreateLocalized(const_cast<char *>(text.c_str()));
-    Widget textLabel = XtVaCreateManagedWidget("text", xmLabelWidgetClass, form, XmNlabelString, label,
+    const CompoundString label(text);
+    Widget textLabel = XtVaCreateManagedWidget("text", xmLabelWidgetClass, form, XmNlabelString, static_cast<XmString>(label),
                                                XmNalignment, XmALIGNMENT_BEGINNING, XmNtopAttachment, XmATTACH_FORM,
                                                XmNleftAttachment, XmATTACH_FORM, XmNrightAttachment, XmATTACH_FORM,
                                                nullptr);
-    XmStringFree(label);
     Arg args[6];
     XtSetArg(args[0], XmNtopAttachment, XmATTACH_WIDGET);
     XtSetArg(args[1], XmNtopWidget, textLabel);
@@ -84,13 +84,12 @@ void createProgressDialog(Widget parent, const char *title, const std::string &t
     XtSetArg(args[5], XmNheight, 18);
     gProgress.bar = MyCreateProgressBar(form, "BarH", args, 6);
     XtManageChild(gProgress.bar);
-    XmString stopText = XmStringCreateLocalized(const_cast<char *>("Stop"));
-    Widget stop = XtVaCreateManagedWidget("Stop", xmPushButtonWidgetClass, form, XmNlabelString, stopText,
+    const CompoundString stopText("Stop");
+    Widget stop = XtVaCreateManagedWidget("Stop", xmPushButtonWidgetClass, form, XmNlabelString, static_cast<XmString>(stopText),
                                           XmNtopAttachment, XmATTACH_WIDGET, XmNtopWidget, gProgress.bar,
                                           XmNbottomAttachment, XmATTACH_FORM, XmNleftAttachment, XmATTACH_POSITION,
                                           XmNleftPosition, 35, XmNrightAttachment, XmATTACH_POSITION,
                                           XmNrightPosition, 65, nullptr);
-    XmStringFree(stopText);
     XtAddCallback(stop, XmNactivateCallback, stopPressed, nullptr);
     XtOverrideTranslations(stop, cancelKey);
     XtVaSetValues(form, XmNcancelButton, stop, XmNinitialFocus, stop, nullptr);

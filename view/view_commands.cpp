@@ -172,6 +172,7 @@ void countColors(View &v) {
 
 void runViewCommand(View &v, const char *name) {
     const ViewCommand command = viewCommandByName(name);
+    if (!viewCommandAvailable(command)) return;
     switch (command) {
     case ViewCommand::open: return openFiles(v);
     case ViewCommand::browseFiles: openBrowser(folderOf(v.path)); return;
@@ -212,18 +213,7 @@ void runViewCommand(View &v, const char *name) {
     case ViewCommand::flipHorizontal: return pictureOperation(v, kOpFlipHorizontal);
     case ViewCommand::rotateLeft: return pictureOperation(v, kOpRotateLeft);
     case ViewCommand::rotateRight: return pictureOperation(v, kOpRotateRight);
-    // The tools behind these are not part of this build.
-    case ViewCommand::viewHexa:
-    case ViewCommand::slideShow:
-    case ViewCommand::sequenceConvert:
-    case ViewCommand::multiConvert:
-    case ViewCommand::describe:
-    case ViewCommand::properties:
-    case ViewCommand::copyTo:
-    case ViewCommand::moveTo:
-    case ViewCommand::rename:
-    case ViewCommand::remove:
-    case ViewCommand::unknown: return;
+    default: return;   // the commands viewCommandAvailable refuses
     }
 }
 

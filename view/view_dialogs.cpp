@@ -17,6 +17,7 @@
 
 #include "app/message_box.h"
 #include "app/settings.h"
+#include "app/motif_text.h"
 #include "app/x_app.h"
 #include "imageops/geometry.h"
 #include "picture/load_save.h"
@@ -28,20 +29,14 @@ namespace quivel {
 
 namespace {
 
-XmString text(const char *s) { return XmStringCreateLocalized(const_cast<char *>(s)); }
-
 Widget button(Widget parent, const char *name, const char *label) {
-    XmString s = text(label);
-    Widget w = XtVaCreateManagedWidget(name, xmPushButtonWidgetClass, parent, XmNlabelString, s, nullptr);
-    XmStringFree(s);
-    return w;
+    return XtVaCreateManagedWidget(name, xmPushButtonWidgetClass, parent, XmNlabelString,
+                                   static_cast<XmString>(CompoundString(label)), nullptr);
 }
 
 Widget label(Widget parent, const char *name, const char *value) {
-    XmString s = text(value);
-    Widget w = XtVaCreateManagedWidget(name, xmLabelWidgetClass, parent, XmNlabelString, s, nullptr);
-    XmStringFree(s);
-    return w;
+    return XtVaCreateManagedWidget(name, xmLabelWidgetClass, parent, XmNlabelString,
+                                   static_cast<XmString>(CompoundString(value)), nullptr);
 }
 
 // Waits for a modal dialog's answer, keeping the other windows drawn.
@@ -117,9 +112,7 @@ void pageButton(Widget w, XtPointer clientData, XtPointer) {
 void pageTyped(Widget w, XtPointer, XtPointer) {
     View *v = viewForWidget(w);
     if (v == nullptr) return;
-    char *value = XmTextFieldGetString(w);
-    const int page = parseSize(value);
-    XtFree(value);
+    const int page = parseSize(textFieldValue(w).c_str());
     if (page >= 1) navigatePage(*v, page - 1);
     updatePageDialog(*v);
 }
@@ -137,12 +130,7 @@ struct SizeFields {
     bool updating;
 };
 
-int fieldValue(Widget field) {
-    char *value = XmTextFieldGetString(field);
-    const int n = parseSize(value);
-    XtFree(value);
-    return n;
-}
+int fieldValue(Widget field) { return parseSize(textFieldValue(field).c_str()); }
 
 void setField(Widget field, int value) {
     const std::string s = std::to_string(value);
@@ -190,24 +178,22 @@ bool askSize(View &v, const char *name, const char *title, bool keepRatio, const
     fields.height = XtVaCreateManagedWidget("textHeight", xmTextFieldWidgetClass, grid, XmNcolumns, 8, nullptr);
     setField(fields.width, fields.pictureWidth);
     setField(fields.height, fields.pictureHeight);
-    XmString keep = text("Keep ratio");
-    fields.keepRatio = XtVaCreateManagedWidget("keepRatio", xmToggleButtonWidgetClass, form, XmNlabelString, keep,
-                                               XmNset, keepRatio, XmNtopAttachment, XmATTACH_WIDGET, XmNtopWidget,
-                                               grid, XmNleftAttachment, XmATTACH_FORM, nullptr);
-    XmStringFree(keep);
+    const CompoundString keep("Keep ratio");
+    fields.keepRatio = XtVaCreateManagedWidget("keepRatio", xmToggleButtonWidgetClass, form, XmNlabelString,
+                                               static_cast<XmString>(keep), XmNset, keepRatio, XmNtopAttachment,
+                                               XmATTACH_WIDGET, XmNtopWidget, grid, XmNleftAttachment,
+                                               XmATTACH_FORM, nullptr);
     Widget last = fields.keepRatio;
     Widget nearest = nullptr;
     if (resample != nullptr) {
         Widget box = XmCreateRadioBox(form, const_cast<char *>("resample"), nullptr, 0);
         XtVaSetValues(box, XmNtopAttachment, XmATTACH_WIDGET, XmNtopWidget, last, XmNleftAttachment, XmATTACH_FORM,
                       nullptr);
-        XmString a = text("Nearest Neighbor"), b = text("Bilinear");
-        nearest = XtVaCreateManagedWidget("nearest", xmToggleButtonWidgetClass, box, XmNlabelString, a, XmNset,
-                                          *resample == kResampleNearest, nullptr);
-        XtVaCreateManagedWidget("bilinear", xmToggleButtonWidgetClass, box, XmNlabelString, b, XmNset,
-                                *resample != kResampleNearest, nullptr);
-        XmStringFree(a);
-        XmStringFree(b);
+        const CompoundString a("Nearest Neighbor"), b("Bilinear");
+        nearest = XtVaCreateManagedWidget("nearest", xmToggleButtonWidgetClass, box, XmNlabelString,
+                                          static_cast<XmString>(a), XmNset, *resample == kResampleNearest, nullptr);
+        XtVaCreateManagedWidget("bilinear", xmToggleButtonWidgetClass, box, XmNlabelString, static_cast<XmString>(b),
+                                XmNset, *resample != kResampleNearest, nullptr);
         XtManageChild(box);
         last = box;
     }
@@ -242,11 +228,7 @@ bool askSize(View &v, const char *name, const char *title, bool keepRatio, const
 void folderChosen(Widget w, XtPointer clientData, XtPointer callData) {
     auto *answer = static_cast<std::pair<Answer, std::string> *>(clientData);
     auto *cb = static_cast<XmFileSelectionBoxCallbackStruct *>(callData);
-    char *folder = nullptr;
-    if (cb != nullptr && XmStringGetLtoR(cb->value, const_cast<char *>(XmFONTLIST_DEFAULT_TAG), &folder) && folder) {
-        answer->second = folder;
-        XtFree(folder);
-    }
+    if (cb != nullptr) answer->second = plainText(cb->value);
     answer->first = Answer::Ok;
     (void)w;
 }
@@ -256,13 +238,12 @@ void folderCancelled(Widget, XtPointer clientData, XtPointer) {
 }
 
 bool chooseFolder(Widget parent, const char *title, const std::string &start, std::string &out) {
-    XmString directory = text(start.c_str());
+    const CompoundString directory(start);
     Arg args[3];
     XtSetArg(args[0], XmNfileTypeMask, XmFILE_DIRECTORY);
-    XtSetArg(args[1], XmNdirectory, directory);
+    XtSetArg(args[1], XmNdirectory, static_cast<XmString>(directory));
     XtSetArg(args[2], XmNdialogStyle, XmDIALOG_FULL_APPLICATION_MODAL);
     Widget box = XmCreateFileSelectionDialog(parent, const_cast<char *>("folderChooser"), args, 3);
-    XmStringFree(directory);
     XtVaSetValues(XtParent(box), XmNtitle, title, nullptr);
     XtUnmanageChild(XmFileSelectionBoxGetChild(box, XmDIALOG_HELP_BUTTON));
     std::pair<Answer, std::string> answer{Answer::Waiting, {}};
@@ -319,11 +300,9 @@ void updatePageDialog(View &v) {
     const bool frames = v.frameCount > 1;
     const int index = frames ? v.frame : v.page, count = frames ? v.frameCount : v.pageCount;
     if (Widget field = XtNameToWidget(v.pageDialog, "*pageNumber")) setField(field, index + 1);
-    if (Widget countLabel = XtNameToWidget(v.pageDialog, "*pageCount")) {
-        XmString s = text(("of " + std::to_string(count)).c_str());
-        XtVaSetValues(countLabel, XmNlabelString, s, nullptr);
-        XmStringFree(s);
-    }
+    if (Widget countLabel = XtNameToWidget(v.pageDialog, "*pageCount"))
+        XtVaSetValues(countLabel, XmNlabelString, static_cast<XmString>(CompoundString("of " + std::to_string(count))),
+                      nullptr);
     for (const char *name : {"*extract", "*extractInto"})
         if (Widget w = XtNameToWidget(v.pageDialog, name)) XtSetSensitive(w, hasPixels(v.pictures.current) && !frames);
 }

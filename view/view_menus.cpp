@@ -12,6 +12,7 @@
 #include <string>
 
 #include "app/initial_window.h"
+#include "app/motif_text.h"
 #include "app/settings.h"
 #include "app/shell_quote.h"
 #include "picture/load_save.h"
@@ -26,7 +27,8 @@ namespace {
 
 constexpr const char *kWebSite = "http://www.quivel.example/";
 
-XmString text(const char *s) { return XmStringCreateLocalized(const_cast<char *>(s)); }
+// A compound string, or none for a null text; the caller frees it.
+XmString optionalText(const char *s) { return s ? XmStringCreateLocalized(const_cast<char *>(s)) : nullptr; }
 
 // Every item reaches its command the way its key does.
 void commandActivated(Widget w, XtPointer clientData, XtPointer callData) {
@@ -122,9 +124,7 @@ void fileMenuOpening(Widget w, XtPointer, XtPointer) {
             continue;
         }
         const std::string label = std::to_string(i + 1) + " " + std::string(baseName(path));
-        XmString s = text(label.c_str());
-        XtVaSetValues(item, XmNlabelString, s, nullptr);
-        XmStringFree(s);
+        XtVaSetValues(item, XmNlabelString, static_cast<XmString>(CompoundString(label)), nullptr);
         XtManageChild(item);
     }
 }
@@ -141,18 +141,16 @@ void windowMenuOpening(Widget w, XtPointer, XtPointer) {
     int n = 0;
     for (View *v : openViews()) {
         const std::string label = std::to_string(++n) + " " + (v->path.empty() ? "(none)" : std::string(baseName(v->path)));
-        XmString s = text(label.c_str());
         Widget item = XtVaCreateManagedWidget(("window" + std::to_string(n)).c_str(), xmPushButtonGadgetClass, pane,
-                                              XmNlabelString, s, nullptr);
-        XmStringFree(s);
+                                              XmNlabelString, static_cast<XmString>(CompoundString(label)), nullptr);
         XtAddCallback(item, XmNactivateCallback, windowActivated, v);
     }
 }
 
 void addItems(Widget pane, std::span<const ViewMenuItem> items) {
     for (const ViewMenuItem *item : shownItems(items, gSettings.start.useMostRecentlyUsedFiles)) {
-        XmString label = item->label ? text(item->label) : nullptr;
-        XmString accelerator = item->acceleratorText ? text(item->acceleratorText) : nullptr;
+        XmString label = optionalText(item->label);
+        XmString accelerator = optionalText(item->acceleratorText);
         auto *data = const_cast<ViewMenuItem *>(item);
         switch (item->kind) {
         case MenuItemKind::Separator:
@@ -226,12 +224,11 @@ void buildMenus(View &v) {
         if (!dynamic && shownItems(menu.items, gSettings.start.useMostRecentlyUsedFiles).empty()) continue;
         Widget pane = XmCreatePulldownMenu(bar, const_cast<char *>((std::string(menu.name) + "Menu").c_str()), nullptr, 0);
         addItems(pane, menu.items);
-        XmString label = text(menu.label);
+        const CompoundString label(menu.label);
         Widget cascade = XtVaCreateManagedWidget(menu.name, v.menuBar ? xmCascadeButtonWidgetClass
                                                                       : xmCascadeButtonGadgetClass,
-                                                 bar, XmNlabelString, label, XmNsubMenuId, pane, XmNmnemonic,
-                                                 KeySym(menu.mnemonic), nullptr);
-        XmStringFree(label);
+                                                 bar, XmNlabelString, static_cast<XmString>(label), XmNsubMenuId,
+                                                 pane, XmNmnemonic, KeySym(menu.mnemonic), nullptr);
         if (std::string_view(menu.name) == "file") XtAddCallback(cascade, XmNcascadingCallback, fileMenuOpening, nullptr);
         if (dynamic) XtAddCallback(cascade, XmNcascadingCallback, windowMenuOpening, nullptr);
         if (std::string_view(menu.name) == "help" && v.menuBar) XtVaSetValues(v.menuBar, XmNmenuHelpWidget, cascade, nullptr);

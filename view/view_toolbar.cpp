@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "app/later_parts.h"
+#include "app/motif_text.h"
 #include "app/settings.h"
 #include "app/x_app.h"
 #include "view/menu_tables.h"
@@ -58,9 +59,7 @@ void buildToolBar(View &v) {
         if (pixmap > 2) {
             XtVaSetValues(button, XmNlabelType, XmPIXMAP, XmNlabelPixmap, pixmap, nullptr);
         } else {
-            XmString label = XmStringCreateLocalized(const_cast<char *>(b->tip));
-            XtVaSetValues(button, XmNlabelString, label, nullptr);
-            XmStringFree(label);
+            XtVaSetValues(button, XmNlabelString, static_cast<XmString>(CompoundString(b->tip)), nullptr);
         }
         XtAddCallback(button, XmNactivateCallback, buttonActivated, const_cast<char *>(b->command));
         MyBubbleAttach(gBubble, button, b->tip);

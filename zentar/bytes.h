@@ -85,6 +85,13 @@ inline uint32_t readBe32(const uint8_t *p) {
     return uint32_t(p[0]) << 24 | uint32_t(p[1]) << 16 | uint32_t(p[2]) << 8 | uint32_t(p[3]);
 }
 
+// The same numbers into a buffer, such as a header built before it is written.
+inline void writeLe16(uint8_t *p, unsigned v) { p[0] = uint8_t(v), p[1] = uint8_t(v >> 8); }
+inline void writeBe16(uint8_t *p, unsigned v) { p[0] = uint8_t(v >> 8), p[1] = uint8_t(v); }
+inline void writeBe32(uint8_t *p, uint32_t v) {
+    p[0] = uint8_t(v >> 24), p[1] = uint8_t(v >> 16), p[2] = uint8_t(v >> 8), p[3] = uint8_t(v);
+}
+
 // Collects bytes for a file and remembers whether any write failed.
 class FileWriter {
 public:

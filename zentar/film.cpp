@@ -1,5 +1,6 @@
 #include "film.h"
 #include "bytes.h"
+#include "pixels.h"
 
 #include <algorithm>
 #include <cctype>
@@ -200,8 +201,54 @@ void packFilled10(const uint8_t *samples, uint32_t count, const LinearToLog &lin
         uint32_t word = 0;
         for (uint32_t k = 0; k < 3 && i + k < count; ++k)
             word |= uint32_t(linearToLog[samples[i + k]]) << (firstLow ? 2 + 10 * k : 22 - 10 * k);
-        out[0] = uint8_t(word >> 24), out[1] = uint8_t(word >> 16), out[2] = uint8_t(word >> 8), out[3] = uint8_t(word);
+        writeBe32(out, word);
     }
+}
+
+OpStatus readFilmRaster(Bytes bytes, const FilmRaster &raster, const LoadRequest &request, OwnedPicture &out,
+                        std::string &message) {
+    if (request.tooLarge(raster.width, raster.height)) return ZNT_NO_MEMORY;
+    const uint64_t available = raster.offset < bytes.size() ? bytes.size() - raster.offset : 0;
+    const uint32_t rows = uint32_t(std::min<uint64_t>(raster.height, available / raster.stride));
+    if (rows < raster.height && (!request.ignoreErrors() || uint64_t(rows) * 8 < raster.height)) return ZNT_CANT_READ;
+
+    const FormatParams &options = request.options();
+    const int bits = raster.layout.bits;
+    LogToLinear lut;
+    if (options.useLut && bits >= 10) {
+        if (const OpStatus s = logToLinearTable(options, lut, message); s != ZNT_OK) return s;
+    }
+    const std::vector<uint8_t> toByte = sampleToByteTable(bits, options.useLut ? &lut : nullptr);
+
+    const uint32_t n = raster.channels;
+    const int type = n == 1 ? ZNT_GREY : n == 3 ? ZNT_RGB : ZNT_RGBA;
+    if (!out.allocate(type, 8, raster.width, raster.height)) return ZNT_NO_MEMORY;
+    Picture &pic = out.get();
+    pic.colorModel = uint16_t(colorModelOfType(type));
+    if (type == ZNT_GREY) pic.numberOfColors = 256;
+
+    const uint32_t samples = raster.width * n;   // at most 2^22
+    std::vector<uint16_t> line(samples);
+    Progress progress(request, int(raster.height));
+    for (uint32_t y = 0; y < rows; ++y) {
+        unpackRow(raster.layout, bytes.data() + raster.offset + y * raster.stride, samples, line.data());
+        uint8_t *row = out.row(raster.upsideDown ? raster.height - 1 - y : y);
+        const uint8_t *table = toByte.data();
+        if (raster.reversed) {
+            for (uint32_t i = 0; i < samples; i += 4) {
+                row[i] = table[line[i + 3]], row[i + 1] = table[line[i + 2]];
+                row[i + 2] = table[line[i + 1]], row[i + 3] = table[line[i]];
+            }
+        } else {
+            for (uint32_t i = 0; i < samples; ++i) row[i] = table[line[i]];
+        }
+        if (raster.mirrored) {
+            for (uint32_t a = 0, b = raster.width - 1; a < b; ++a, --b)
+                std::swap_ranges(row + a * n, row + a * n + n, row + b * n);
+        }
+        if (progress.row(int(y))) return ZNT_STOPPED;
+    }
+    return ZNT_OK;
 }
 
 uint32_t floatBits(float value) {

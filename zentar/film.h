@@ -67,6 +67,25 @@ void unpackRow(const SampleLayout &layout, const uint8_t *in, uint32_t count, ui
 // scaled.
 std::vector<uint8_t> sampleToByteTable(int bits, const LogToLinear *logToLinear);
 
+// Where a film file's samples sit and how its rows are turned.
+struct FilmRaster {
+    SampleLayout layout;
+    uint64_t offset = 0;   // of the first row in the file
+    uint64_t stride = 0;   // from row to row, padding included
+    uint32_t width = 0, height = 0;
+    uint32_t channels = 1;             // 1 grey, 3 RGB, 4 RGBA
+    bool upsideDown = false;           // the first row is the bottom one
+    bool mirrored = false;             // rows run right to left
+    bool reversed = false;             // four channels stored as A, B, G, R
+};
+
+// Loads the samples as an 8-bit grey, RGB or RGBA picture, through the
+// log-to-linear table when the caller asks for it (useLut), else scaled.
+// A file cut short loads what it holds when errors are ignored, if that is
+// a fair part of it; a few bytes claiming a huge picture are refused.
+OpStatus readFilmRaster(Bytes bytes, const FilmRaster &raster, const LoadRequest &request, OwnedPicture &out,
+                        std::string &message);
+
 // Writes one row of 8-bit samples as 10-bit codes through `linearToLog`,
 // filled three to a big-endian word, bits 1-0 unused, the first sample in
 // the highest bits or with firstLow the lowest.

@@ -1,7 +1,9 @@
 #include "pixels.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <new>
 
 namespace zentar {
 
@@ -115,6 +117,45 @@ void rowToGrey(const Picture &picture, uint32_t y, uint8_t *out) {
         for (uint32_t x = 0; x < w; ++x) out[x] = values[in[x]];
     } else {
         std::memset(out, 0, w);
+    }
+}
+
+void rowToChannels(const Picture &picture, uint32_t y, int channels, uint8_t *out) {
+    if (channels == 1)
+        rowToGrey(picture, y, out);
+    else if (channels == 4)
+        rowToRgba(picture, y, out);
+    else
+        rowToRgb(picture, y, out);
+}
+
+bool pictureToChannels(const Picture &picture, int channels, std::vector<uint8_t> &out) {
+    const size_t stride = size_t(picture.width) * size_t(channels);
+    try {
+        out.resize(stride * size_t(picture.height));
+    } catch (const std::bad_alloc &) {
+        return false;
+    }
+    for (uint32_t y = 0; y < uint32_t(picture.height); ++y) rowToChannels(picture, y, channels, out.data() + y * stride);
+    return true;
+}
+
+uint32_t writerPalette(const Picture &picture, uint8_t palette[768]) {
+    std::memset(palette, 0, 768);
+    switch (picture.type) {
+    case ZNT_BINARY:
+        palette[1] = palette[257] = palette[513] = 255;
+        return 2;
+    case ZNT_GREY: {
+        const uint32_t count = std::clamp<uint32_t>(picture.numberOfColors, 1, 256);
+        setGreyRamp(palette, int(count));
+        return count;
+    }
+    case ZNT_PALETTE:
+        if (picture.palette != nullptr) std::memcpy(palette, picture.palette, 768);
+        return std::clamp<uint32_t>(picture.numberOfColors, 1, 256);
+    default:
+        return 0;
     }
 }
 

@@ -10,6 +10,7 @@
 
 #include <array>
 #include <cstdint>
+#include <vector>
 
 namespace zentar {
 
@@ -29,6 +30,20 @@ void rowToRgba(const Picture &picture, uint32_t y, uint8_t *out);
 
 // One row of a binary or grey picture as 8-bit grey (binary: 0 or 255).
 void rowToGrey(const Picture &picture, uint32_t y, uint8_t *out);
+
+// One row as 1 (grey, for binary and grey pictures only), 3 (R, G, B) or 4
+// (R, G, B, A) bytes a pixel.
+void rowToChannels(const Picture &picture, uint32_t y, int channels, uint8_t *out);
+
+// The whole picture as rows of `channels` bytes a pixel (rowToChannels),
+// for encoders that take it in one buffer. False when memory is short.
+bool pictureToChannels(const Picture &picture, int channels, std::vector<uint8_t> &out);
+
+// The palette a writer stores, in three planes of 256 entries: black and
+// white for a binary picture, the ramp of its levels for a grey one, its
+// own for a palette picture, zeros for true colour. Returns the entries
+// that count: 2, the picture's colours (1 to 256), or 0 for true colour.
+uint32_t writerPalette(const Picture &picture, uint8_t palette[768]);
 
 // Whether the first `count` palette entries are the grey ramp of `count`
 // levels (entry i is i * 255 / (count - 1) in all three planes).

@@ -17,16 +17,11 @@ using namespace guitest;
 using testsupport::readFile;
 using testsupport::TempDir;
 using testsupport::writeFile;
+using testsupport::writePpm;
 
 namespace {
 
 void pause(int ms) { std::this_thread::sleep_for(std::chrono::milliseconds(ms)); }
-
-void writePpm(const std::string &path, int width, int height, uint32_t rgb) {
-    std::string text = "P6\n" + std::to_string(width) + " " + std::to_string(height) + "\n255\n";
-    for (int i = 0; i < width * height; ++i) text += {char(rgb >> 16), char(rgb >> 8), char(rgb)};
-    writeFile(path, text);
-}
 
 // Typing with quotes, which the harness's own typing leaves out.
 void typeQuoted(Display *display, const std::string &text) {

@@ -454,4 +454,73 @@ bool Screenshot::savePpm(const std::string &path) const {
     return bool(out);
 }
 
+bool near(uint32_t pixel, Rgb c, int tolerance) {
+    return std::abs(int(pixel >> 16 & 255) - c.r) <= tolerance && std::abs(int(pixel >> 8 & 255) - c.g) <= tolerance &&
+           std::abs(int(pixel & 255) - c.b) <= tolerance;
+}
+
+std::string lastStatus(const App &app) {
+    const std::string err = app.errors();
+    const size_t at = err.rfind("status: ");
+    if (at == std::string::npos) return {};
+    return err.substr(at + 8, err.find('\n', at) - at - 8);
+}
+
+bool waitForStatus(const App &app, const std::string &part, int timeoutMs) {
+    return waitUntil([&] { return lastStatus(app).find(part) != std::string::npos; }, timeoutMs);
+}
+
+bool noMessages(const App &app) { return app.errors().find("message: ") == std::string::npos; }
+
+Session::Session(const std::string &settings) : rc(home.file("test.rc")) { testsupport::writeFile(rc, settings); }
+
+std::vector<std::string> Session::args(const std::vector<std::string> &files) const {
+    std::vector<std::string> a = {"-v", "-ini", rc};
+    a.insert(a.end(), files.begin(), files.end());
+    return a;
+}
+
+std::vector<std::string> Session::environment(int stepDelayMs) const {
+    std::vector<std::string> e = {"HOME=" + home.path()};
+    if (stepDelayMs > 0) {
+        e.push_back("LD_PRELOAD=" + testsupport::programPath("libslow_library.so"));
+        e.push_back("SLOW_LIBRARY_STEP_MS=" + std::to_string(stepDelayMs));
+    }
+    return e;
+}
+
+std::vector<Window> views(Display *display) {
+    std::vector<Window> found;
+    for (Window w : mappedWindows(display))
+        if (windowInstance(display, w) == "TolvaView") found.push_back(w);
+    return found;
+}
+
+Window childOfSize(Display *display, Window top, int width, int height) {
+    Window root, parent, *children = nullptr;
+    unsigned count = 0;
+    if (!XQueryTree(display, top, &root, &parent, &children, &count)) return 0;
+    Window found = 0;
+    for (unsigned i = 0; i < count && !found; ++i) {
+        XWindowAttributes a{};
+        XGetWindowAttributes(display, children[i], &a);
+        if (a.width == width && a.height == height && a.map_state == IsViewable)
+            found = children[i];
+        else
+            found = childOfSize(display, children[i], width, height);
+    }
+    if (children) XFree(children);
+    return found;
+}
+
+void waitUntilDrawn(Display *display, Window dialog) {
+    const Geometry g = windowGeometry(display, dialog);
+    waitUntil([&] {
+        const Screenshot shot = capture(display, dialog, 0, 0, g.width, g.height);
+        for (uint32_t pixel : shot.pixels)
+            if (pixel == 0x707070) return true;   // the bar's colour
+        return false;
+    });
+}
+
 }  // namespace guitest

@@ -14,6 +14,8 @@
 #include <string>
 #include <vector>
 
+#include "test_files.h"
+
 namespace guitest {
 
 struct ServerOptions {
@@ -106,5 +108,37 @@ struct Screenshot {
 };
 Screenshot capture(Display *display, Window window);
 Screenshot capture(Display *display, Window window, int x, int y, int width, int height);
+
+struct Rgb {
+    uint8_t r, g, b;
+};
+constexpr Rgb kRed{255, 0, 0}, kGreen{0, 255, 0}, kBlue{0, 0, 255}, kMagenta{255, 0, 255};
+// Whether a 0xRRGGBB pixel is within `tolerance` of a colour in each channel.
+bool near(uint32_t pixel, Rgb c, int tolerance);
+
+// What the program tells with -v on standard error: each status bar it shows
+// as "status: a|b|c", each message box's text as "message: ...".
+std::string lastStatus(const App &app);   // "" before the first
+bool waitForStatus(const App &app, const std::string &part, int timeoutMs = 10000);
+bool noMessages(const App &app);
+
+// The settings file of a test and the home folder it lies in, and the
+// program's arguments and environment for them. A step delay preloads the
+// slow library, which makes each progress step of a load or save wait so
+// long, so that a test can act while one runs.
+struct Session {
+    testsupport::TempDir home;
+    std::string rc;
+    explicit Session(const std::string &settings = "View.Fit = 1\n");
+    std::vector<std::string> args(const std::vector<std::string> &files) const;   // -v -ini <rc> files
+    std::vector<std::string> environment(int stepDelayMs = 0) const;
+};
+
+// The image views on the screen.
+std::vector<Window> views(Display *display);
+// The viewable window below `top` of exactly that size (a view's picture).
+Window childOfSize(Display *display, Window top, int width, int height);
+// Waits until the progress dialog has drawn its bar, so that it takes events.
+void waitUntilDrawn(Display *display, Window dialog);
 
 }  // namespace guitest

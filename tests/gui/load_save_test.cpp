@@ -17,11 +17,10 @@ namespace {
 
 // A true-colour PPM of width x height.
 std::string writeRgbPpm(const TempDir &dir, const std::string &name, int width, int height) {
-    std::string text = "P6\n" + std::to_string(width) + " " + std::to_string(height) + "\n255\n";
-    for (int y = 0; y < height; ++y)
-        for (int x = 0; x < width; ++x) text += {char(x * 4), char(y), char((x + y) * 3)};
     const std::string path = dir.file(name);
-    testsupport::writeFile(path, text);
+    testsupport::writePpm(path, width, height, [](int x, int y) {
+        return uint32_t(x * 4 & 255) << 16 | uint32_t(y & 255) << 8 | uint32_t((x + y) * 3 & 255);
+    });
     return path;
 }
 
@@ -38,17 +37,6 @@ void clickStop(Display *display, Window dialog) {
     click(display, g.x + g.width / 2, g.y + g.height - 23);
 }
 
-// The progress dialog has drawn its bar: it is up and taking events.
-void waitUntilDrawn(Display *display, Window dialog) {
-    const Geometry g = windowGeometry(display, dialog);
-    waitUntil([&] {
-        const Screenshot shot = capture(display, dialog, 0, 0, g.width, g.height);
-        for (uint32_t pixel : shot.pixels)
-            if (pixel == 0x707070) return true;
-        return false;
-    });
-}
-
 // Clicks a control of the "Convert To ..." dialog where it reported itself.
 void clickConvertControl(Probe &probe, Window dialog, const std::string &name) {
     const std::string errors = probe.app.errors();
@@ -60,8 +48,6 @@ void clickConvertControl(Probe &probe, Window dialog, const std::string &name) {
     const Geometry g = windowGeometry(probe.display(), dialog);
     click(probe.display(), g.x + x + width / 2, g.y + y + height / 2);
 }
-
-bool noMessages(const App &app) { return app.errors().find("message: ") == std::string::npos; }
 
 }  // namespace
 

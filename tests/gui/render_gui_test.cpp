@@ -108,7 +108,7 @@ std::string checkPanels(const ProbeRun &run, std::span<const Panel> panels, bool
         const int height = panel.throughPixmap ? panel.sourceHeight : panel.destHeight;
         for (int y = 0; y < height; ++y)
             for (int x = 0; x < width; ++x) {
-                const Rgb c = colorAt(panel.kind, x * panel.sourceWidth / width, y * panel.sourceHeight / height);
+                const renderscene::Rgb c = colorAt(panel.kind, x * panel.sourceWidth / width, y * panel.sourceHeight / height);
                 int r = corrected(c.r, gamma), g = corrected(c.g, gamma), b = corrected(c.b, gamma);
                 if (!mapped) {
                     r = quantized(r, run.visual->red_mask);

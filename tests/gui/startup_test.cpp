@@ -71,10 +71,10 @@ TEST(Startup, HelpAfterAnOptionIsAFileName) {
     ASSERT_NE(window, 0u) << app.errors();
     EXPECT_EQ(app.output().find("Usage :"), std::string::npos);
     EXPECT_NE(app.output().find("Type "), std::string::npos);
-    // The main window records the command line as it was given.
+    // The main window records the command line as it was given, once it is up.
     char **argv = nullptr;
     int argc = 0;
-    ASSERT_TRUE(XGetCommand(server.display(), window, &argv, &argc));
+    ASSERT_TRUE(waitUntil([&] { return XGetCommand(server.display(), window, &argv, &argc) != 0; }));
     ASSERT_EQ(argc, 3);
     EXPECT_EQ(std::string(argv[0]), testsupport::programPath("quivel"));
     EXPECT_EQ(std::string(argv[2]), "-help");

@@ -27,22 +27,14 @@ using testsupport::TempDir;
 
 namespace {
 
-struct Rgb {
-    uint8_t r, g, b;
-};
-constexpr Rgb kRed{255, 0, 0}, kGreen{0, 255, 0}, kBlue{0, 0, 255};
-
 // A true-colour PPM filled by a function of the position.
 std::string writePpm(const TempDir &dir, const std::string &name, int width, int height,
                      const std::function<Rgb(int, int)> &color) {
-    std::string text = "P6\n" + std::to_string(width) + " " + std::to_string(height) + "\n255\n";
-    for (int y = 0; y < height; ++y)
-        for (int x = 0; x < width; ++x) {
-            const Rgb c = color(x, y);
-            text += {char(c.r), char(c.g), char(c.b)};
-        }
     const std::string path = dir.file(name);
-    testsupport::writeFile(path, text);
+    testsupport::writePpm(path, width, height, [&](int x, int y) {
+        const Rgb c = color(x, y);
+        return uint32_t(c.r) << 16 | uint32_t(c.g) << 8 | c.b;
+    });
     return path;
 }
 
@@ -55,70 +47,10 @@ std::function<Rgb(int, int)> halves(int width) {
     return [width](int x, int) { return x < width / 2 ? kRed : kBlue; };
 }
 
-std::string lastStatus(const App &app) {
-    const std::string err = app.errors();
-    const size_t at = err.rfind("status: ");
-    if (at == std::string::npos) return {};
-    return err.substr(at + 8, err.find('\n', at) - at - 8);
-}
-
-bool waitForStatus(const App &app, const std::string &part, int timeoutMs = 10000) {
-    return waitUntil([&] { return lastStatus(app).find(part) != std::string::npos; }, timeoutMs);
-}
-
 int count(const std::string &text, const std::string &part) {
     int n = 0;
     for (size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) ++n;
     return n;
-}
-
-bool noMessages(const App &app) { return app.errors().find("message: ") == std::string::npos; }
-
-// The settings file and home folder of a test, and the program's arguments.
-struct Session {
-    TempDir home;
-    std::string rc;
-    explicit Session(const std::string &settings = "View.Fit = 1\n") : rc(home.file("test.rc")) {
-        testsupport::writeFile(rc, settings);
-    }
-    std::vector<std::string> args(const std::vector<std::string> &files) const {
-        std::vector<std::string> a = {"-v", "-ini", rc};
-        a.insert(a.end(), files.begin(), files.end());
-        return a;
-    }
-    std::vector<std::string> environment(int stepDelayMs = 0) const {
-        std::vector<std::string> e = {"HOME=" + home.path()};
-        if (stepDelayMs > 0) {
-            e.push_back("LD_PRELOAD=" + testsupport::programPath("libslow_library.so"));
-            e.push_back("SLOW_LIBRARY_STEP_MS=" + std::to_string(stepDelayMs));
-        }
-        return e;
-    }
-};
-
-std::vector<Window> views(Display *d) {
-    std::vector<Window> found;
-    for (Window w : mappedWindows(d))
-        if (windowInstance(d, w) == "TolvaView") found.push_back(w);
-    return found;
-}
-
-// The window below `top` of exactly the picture's displayed size.
-Window childOfSize(Display *d, Window top, int width, int height) {
-    Window root, parent, *children = nullptr;
-    unsigned n = 0;
-    if (!XQueryTree(d, top, &root, &parent, &children, &n)) return 0;
-    Window found = 0;
-    for (unsigned i = 0; i < n && !found; ++i) {
-        XWindowAttributes a{};
-        XGetWindowAttributes(d, children[i], &a);
-        if (a.width == width && a.height == height && a.map_state == IsViewable)
-            found = children[i];
-        else
-            found = childOfSize(d, children[i], width, height);
-    }
-    if (children) XFree(children);
-    return found;
 }
 
 // The screen as the user sees it, dumped by xwd and read back through the
@@ -161,13 +93,8 @@ bool showsPicture(const XServer &server, Window view, int width, int height,
     const Screenshot shot = screenAsShown(server);
     if (g.x < 0 || g.y < 0 || g.x + width > shot.width || g.y + height > shot.height) return false;
     for (int y = 0; y < height; ++y)
-        for (int x = 0; x < width; ++x) {
-            const uint32_t p = shot.at(g.x + x, g.y + y);
-            const Rgb c = color(x, y);
-            if (std::abs(int(p >> 16 & 255) - c.r) > 8 || std::abs(int(p >> 8 & 255) - c.g) > 8 ||
-                std::abs(int(p & 255) - c.b) > 8)
-                return false;
-        }
+        for (int x = 0; x < width; ++x)
+            if (!near(shot.at(g.x + x, g.y + y), color(x, y), 8)) return false;
     return true;
 }
 
@@ -186,12 +113,7 @@ void replaceText(Display *d, const std::string &text) {
 // The progress dialog has drawn its bar, so that it takes events.
 Window progressShown(Display *d) {
     const Window dialog = waitForWindow(d, "TolvaProgress");
-    if (dialog == 0) return 0;
-    const Geometry g = windowGeometry(d, dialog);
-    waitUntil([&] {
-        const Screenshot shot = capture(d, dialog, 0, 0, g.width, g.height);
-        return std::count(shot.pixels.begin(), shot.pixels.end(), 0x707070u) > 0;
-    });
+    if (dialog != 0) waitUntilDrawn(d, dialog);
     return dialog;
 }
 

@@ -22,11 +22,6 @@ using testsupport::TempDir;
 
 namespace {
 
-struct Rgb {
-    uint8_t r, g, b;
-};
-constexpr Rgb kRed{255, 0, 0}, kGreen{0, 255, 0}, kBlue{0, 0, 255}, kMagenta{255, 0, 255};
-
 // True-colour, palette, grey and binary pictures filled by a function of the
 // pixel position, saved through the library.
 Picture makePicture(int type, int width, int height, const std::function<Rgb(int, int)> &color) {
@@ -80,32 +75,6 @@ std::string redBlue(const TempDir &dir, const char *name = "halves.ppm", int wid
     return path;
 }
 
-// The most recent status bar the view showed.
-std::string lastStatus(const App &app) {
-    const std::string err = app.errors();
-    const size_t at = err.rfind("status: ");
-    if (at == std::string::npos) return {};
-    return err.substr(at + 8, err.find('\n', at) - at - 8);
-}
-
-bool waitForStatus(const App &app, const std::string &part, int timeoutMs = 10000) {
-    return waitUntil([&] { return lastStatus(app).find(part) != std::string::npos; }, timeoutMs);
-}
-
-// The settings file of a test: the lines given, in a fresh folder that is
-// also the home folder.
-struct Settings {
-    TempDir dir;
-    std::string rc;
-    explicit Settings(const std::string &lines) : rc(dir.file("test.rc")) { testsupport::writeFile(rc, lines); }
-    std::vector<std::string> args(std::vector<std::string> files) const {
-        std::vector<std::string> a = {"-v", "-ini", rc};
-        a.insert(a.end(), files.begin(), files.end());
-        return a;
-    }
-    std::vector<std::string> environment() const { return {"HOME=" + dir.path()}; }
-};
-
 struct Box {
     int x = 0, y = 0, width = 0, height = 0;
     bool operator==(const Box &) const = default;
@@ -113,11 +82,6 @@ struct Box {
 
 std::ostream &operator<<(std::ostream &out, const Box &b) {
     return out << b.width << "x" << b.height << "+" << b.x << "+" << b.y;
-}
-
-bool near(uint32_t pixel, Rgb c, int tolerance) {
-    return std::abs(int(pixel >> 16 & 255) - c.r) <= tolerance && std::abs(int(pixel >> 8 & 255) - c.g) <= tolerance &&
-           std::abs(int(pixel & 255) - c.b) <= tolerance;
 }
 
 // The bounding box of the pixels of one colour on the view, in the view's
@@ -140,24 +104,6 @@ bool waitForBox(Display *d, Window view, Rgb c, int width, int height) {
         const Box b = colorBox(d, view, c);
         return b.width == width && b.height == height;
     });
-}
-
-// Every window below `top` (the view's own window) of exactly that size.
-Window childOfSize(Display *d, Window top, int width, int height) {
-    Window root, parent, *children = nullptr;
-    unsigned count = 0;
-    if (!XQueryTree(d, top, &root, &parent, &children, &count)) return 0;
-    Window found = 0;
-    for (unsigned i = 0; i < count && !found; ++i) {
-        XWindowAttributes a{};
-        XGetWindowAttributes(d, children[i], &a);
-        if (a.width == width && a.height == height && a.map_state == IsViewable)
-            found = children[i];
-        else
-            found = childOfSize(d, children[i], width, height);
-    }
-    if (children) XFree(children);
-    return found;
 }
 
 // The screen inside the window that shows a picture of that displayed size.
@@ -192,7 +138,7 @@ Window openedView(const XServer &server, App &app) {
 TEST(ViewGui, PicturesOfEachKindShowAtEachDepth) {
     for (int depth : {8, 16, 24}) {
         SCOPED_TRACE("depth " + std::to_string(depth));
-        const Settings settings("View.Fit = 1\n");
+        const Session settings;
         TempDir files;
         auto rgb = [](int x, int) { return halves(x, 120, kRed, kBlue); };
         auto grey = [](int, int y) { return y < 30 ? Rgb{0, 0, 0} : Rgb{255, 255, 255}; };
@@ -230,7 +176,7 @@ TEST(ViewGui, PicturesOfEachKindShowAtEachDepth) {
 }
 
 TEST(ViewGui, ZoomKeysFollowTheStepsAndArrowsScrollByHalfTheArea) {
-    const Settings settings("View.Fit = 0\n");
+    const Session settings("View.Fit = 0\n");
     TempDir files;
     auto quadrants = [](int w, int h) {
         return [=](int x, int y) { return y < h / 2 ? (x < w / 2 ? kRed : kGreen) : (x < w / 2 ? kBlue : kMagenta); };
@@ -279,7 +225,7 @@ TEST(ViewGui, ZoomKeysFollowTheStepsAndArrowsScrollByHalfTheArea) {
 }
 
 TEST(ViewGui, PagesOfATiffAndFramesOfAnAnimation) {
-    const Settings settings("View.Fit = 1\n");
+    const Session settings;
     TempDir files;
     const Rgb colors[3] = {kRed, kGreen, kBlue};
     {
@@ -340,7 +286,7 @@ TEST(ViewGui, PagesOfATiffAndFramesOfAnAnimation) {
 }
 
 TEST(ViewGui, UndoTwiceThenCropADraggedSelection) {
-    const Settings settings("View.Fit = 1\n");
+    const Session settings;
     TempDir files;
     const std::string path = redBlue(files);
     XServer server({.width = 800, .height = 600, .windowManager = true});
@@ -376,7 +322,7 @@ TEST(ViewGui, UndoTwiceThenCropADraggedSelection) {
 }
 
 TEST(ViewGui, EscapeLeavesFullScreenThenClosesAndTheSettingsAreWritten) {
-    const Settings settings("View.Fit = 3\n");
+    const Session settings("View.Fit = 3\n");
     TempDir files;
     const std::string path = redBlue(files);
     XServer server({.width = 800, .height = 600, .windowManager = true});
@@ -408,7 +354,7 @@ TEST(ViewGui, EscapeLeavesFullScreenThenClosesAndTheSettingsAreWritten) {
 }
 
 TEST(ViewGui, ClosingAChangedPictureAsksAndSavesItInPlace) {
-    const Settings settings("View.Fit = 1\n");
+    const Session settings;
     TempDir files;
     const std::string path = redBlue(files);
     XServer server({.width = 800, .height = 600, .windowManager = true});
@@ -436,7 +382,7 @@ TEST(ViewGui, ClosingAChangedPictureAsksAndSavesItInPlace) {
 }
 
 TEST(ViewGui, EscapeClosesAChangedPictureWithoutAsking) {
-    const Settings settings("View.Fit = 1\n");
+    const Session settings;
     TempDir files;
     const std::string first = redBlue(files, "first.ppm"), second = redBlue(files, "second.ppm");
     const std::string before = testsupport::readFile(first);
@@ -445,21 +391,13 @@ TEST(ViewGui, EscapeClosesAChangedPictureWithoutAsking) {
     // One window per picture: closing one leaves the program running.
     App app(server, settings.args({"-all", first, second}), settings.environment());
     ASSERT_NE(openedView(server, app), 0u);
-    ASSERT_TRUE(waitUntil([&] {
-        int views = 0;
-        for (Window w : mappedWindows(d)) views += windowInstance(d, w) == "TolvaView";
-        return views == 2;
-    })) << "two views";
+    ASSERT_TRUE(waitUntil([&] { return views(d).size() == 2; })) << "two views";
     const Window view = waitForWindow(d, "TolvaView");
     focusWindow(d, view);
     pressKey(d, "V", {"Shift_L"});
     EXPECT_TRUE(waitUntil([&] { return windowTitle(d, view) == "*Quivel v1.50"; }));
     pressKey(d, "Escape");
-    EXPECT_TRUE(waitUntil([&] {
-        int views = 0;
-        for (Window w : mappedWindows(d)) views += windowInstance(d, w) == "TolvaView";
-        return views == 1;
-    }));
+    EXPECT_TRUE(waitUntil([&] { return views(d).size() == 1; }));
     EXPECT_TRUE(app.running());
     EXPECT_EQ(app.errors().find("message: "), std::string::npos) << "no question";
     EXPECT_EQ(testsupport::readFile(first), before);
@@ -487,7 +425,7 @@ std::vector<Window> toolbarButtons(Display *d, Window top, size_t count) {
 
 TEST(ViewGui, ToolbarButtonsRunTheirCommandsAndShowTheirTips) {
     // Buttons 0 (open), 11 (undo), 13 (zoom in) and 14 (zoom out) only.
-    const Settings settings("View.Fit = 0\nStart.ToolbarViewConfig = 26625\n");
+    const Session settings("View.Fit = 0\nStart.ToolbarViewConfig = 26625\n");
     TempDir files;
     const std::string path = redBlue(files);
     XServer server({.width = 800, .height = 600, .windowManager = true});

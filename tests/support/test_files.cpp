@@ -146,4 +146,22 @@ RunResult runProgram(const std::vector<std::string> &argv, const std::vector<std
     return result;
 }
 
+bool haveProgram(const std::string &name) { return runQuietly("command -v " + name) == 0; }
+
+int runQuietly(const std::string &command) { return std::system((command + " >/dev/null 2>&1").c_str()); }
+
+void writePpm(const std::string &path, int width, int height, const std::function<uint32_t(int, int)> &color) {
+    std::string text = "P6\n" + std::to_string(width) + " " + std::to_string(height) + "\n255\n";
+    for (int y = 0; y < height; ++y)
+        for (int x = 0; x < width; ++x) {
+            const uint32_t c = color(x, y);
+            text += {char(c >> 16), char(c >> 8), char(c)};
+        }
+    writeFile(path, text);
+}
+
+void writePpm(const std::string &path, int width, int height, uint32_t color) {
+    writePpm(path, width, height, [color](int, int) { return color; });
+}
+
 }  // namespace testsupport

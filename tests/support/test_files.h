@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -27,6 +28,10 @@ std::string readFile(const std::string &path);
 std::vector<uint8_t> readBytes(const std::string &path);
 void writeFile(const std::string &path, const std::string &text);
 void writeBytes(const std::string &path, const std::vector<uint8_t> &bytes);
+// A binary PPM (maximum value 255) whose pixel (x, y) is color(x, y) as
+// 0xRRGGBB, or all of one colour.
+void writePpm(const std::string &path, int width, int height, const std::function<uint32_t(int, int)> &color);
+void writePpm(const std::string &path, int width, int height, uint32_t color);
 
 // A path in tests/data, and a program in the build folder.
 std::string dataPath(const std::string &relative);
@@ -38,6 +43,12 @@ struct RunResult {
     bool timedOut = false;
     std::string out, err;
 };
+
+// Whether a program is on PATH, for tests that are skipped without it.
+bool haveProgram(const std::string &name);
+
+// Runs a shell command, its output thrown away; its status as system() gives it.
+int runQuietly(const std::string &command);
 
 // Runs argv[0] with the given arguments, extra environment entries
 // ("NAME=value") and standard input, and waits at most timeoutMs.

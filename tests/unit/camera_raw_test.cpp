@@ -12,17 +12,6 @@ using testsupport::TempDir;
 
 namespace {
 
-Picture loadReduced(const std::string &path, uint32_t w, uint32_t h, OpStatus &status) {
-    FormatParams params;
-    zntDefaultParams(&params);
-    params.flags = ZNT_LOAD_REDUCED;
-    params.reducedWidth = w;
-    params.reducedHeight = h;
-    Picture picture{};
-    status = zntLoad(path.c_str(), &picture, &params, nullptr);
-    return picture;
-}
-
 // Which colour dominates a pixel: 0 red, 1 green, 2 blue.
 int dominant(const Picture &p, int x, int y) {
     const Rgba rgba = toRgba(p);
@@ -102,9 +91,10 @@ TEST(CameraRaw, QuickLoadsTakeThePreviewWhenItIsLargeEnough) {
     };
     for (const Case &c : cases) {
         SCOPED_TRACE(std::string(c.file) + " " + std::to_string(c.wantW));
-        OpStatus status = 0;
-        Picture p = loadReduced(dir.file(c.file), c.wantW, c.wantH, status);
-        ASSERT_EQ(status, 0);
+        Loaded reduced;
+        loadReduced(reduced, dir.file(c.file), c.wantW, c.wantH);
+        ASSERT_EQ(reduced.status, 0);
+        const Picture &p = reduced.picture;
         EXPECT_EQ(p.width, c.gotW);
         if (c.preview) {
             EXPECT_EQ(dominant(p, 5, 5), 1) << "the green preview";
@@ -112,6 +102,5 @@ TEST(CameraRaw, QuickLoadsTakeThePreviewWhenItIsLargeEnough) {
             EXPECT_EQ(dominant(p, 2, 5), 0);
             EXPECT_EQ(dominant(p, int(p.width) - 3, 5), 2);
         }
-        zntFree(&p);
     }
 }

@@ -19,18 +19,12 @@ using testsupport::TempDir;
 namespace {
 
 // A smooth picture of `type` (RGB or RGBA, the alpha a ramp), w x h.
-struct Drawn {
-    Picture picture{};
-    Drawn(int type, int w, int h) {
-        EXPECT_TRUE(zntAllock(&picture, type, 8, w, h));
-        for (int y = 0; y < h; ++y)
-            for (int x = 0; x < w; ++x) {
-                uint8_t *p = picture.data + size_t(y) * picture.bytesPerLine + size_t(x) * picture.bytesPerPixel;
-                p[0] = uint8_t(x * 255 / w), p[1] = uint8_t(y * 255 / h), p[2] = uint8_t(200 - x);
-                if (type == ZNT_RGBA) p[3] = uint8_t(40 + y * 200 / h);
-            }
-    }
-    ~Drawn() { zntFree(&picture); }
+struct Drawn : PatternPicture {
+    Drawn(int type, int w, int h)
+        : PatternPicture(type, w, h, [w, h, n = type == ZNT_RGBA ? 4u : 3u](uint32_t i, int y) {
+              const int x = int(i / n), c = int(i % n);
+              return c == 0 ? x * 255 / w : c == 1 ? y * 255 / h : c == 2 ? 200 - x : 40 + y * 200 / h;
+          }) {}
 };
 
 Picture solid(int w, int h, uint8_t r, uint8_t g, uint8_t b) {
@@ -100,14 +94,10 @@ TEST(OtherWriters, WebpAnimationFramesAndDelays) {
     ASSERT_TRUE(runTool({img2webp, "-loop", "0", "-lossless", "-d", "80", dir.file("1.png"), "-d", "120",
                          dir.file("2.png"), "-o", path}));
 
-    FileInformation info{};
-    ASSERT_EQ(zntFileInformation(path.c_str(), -1, 0, &info), 0);
-    ASSERT_EQ(info.imageCount, 2);
-    ASSERT_NE(info.delaysMs, nullptr);
-    EXPECT_EQ(info.delaysMs[0], 80u);
-    EXPECT_EQ(info.delaysMs[1], 120u);
-    EXPECT_EQ(info.images[1].width, 16u) << "every frame is as large as the canvas";
-    zntFileInformationFree(&info);
+    const Frames frames = framesOf(path);
+    ASSERT_EQ(frames.count, 2);
+    EXPECT_EQ(frames.delaysMs, (std::vector<uint32_t>{80, 120}));
+    EXPECT_EQ(frames.widths[1], 16u) << "every frame is as large as the canvas";
 
     Loaded first, second, beyond;
     load(first, path, 0);
@@ -164,14 +154,10 @@ TEST(OtherWriters, HeifAndAvifFromHeifEnc) {
 
     // A reduced load takes the thumbnail when it is large enough, the picture otherwise.
     for (uint32_t wanted : {16u, 64u}) {
-        FormatParams params;
-        zntDefaultParams(&params);
-        params.flags = ZNT_LOAD_REDUCED;
-        params.reducedWidth = params.reducedHeight = wanted;
-        Picture picture{};
-        ASSERT_EQ(zntLoad(dir.file("thumb.heic").c_str(), &picture, &params, nullptr), 0);
-        EXPECT_EQ(picture.width, wanted == 16 ? 32u : 96u);
-        zntFree(&picture);
+        Loaded reduced;
+        loadReduced(reduced, dir.file("thumb.heic"), wanted, wanted);
+        ASSERT_EQ(reduced.status, 0);
+        EXPECT_EQ(reduced.picture.width, wanted == 16 ? 32u : 96u);
     }
 }
 
@@ -211,16 +197,10 @@ TEST(OtherWriters, JpegXlAnimationFromAGif) {
     const std::string gif = dir.file("anim.gif"), jxl = dir.file("anim.jxl");
     ASSERT_TRUE(runTool({convert, "-size", "16x12", "-delay", "20", "xc:red", "-delay", "50", "xc:blue", "-loop", "0", gif}));
     ASSERT_TRUE(runTool({cjxl, gif, jxl}));
-    FileInformation info{};
-    ASSERT_EQ(zntFileInformation(jxl.c_str(), -1, 0, &info), 0);
-    ASSERT_EQ(info.imageCount, 2);
-    ASSERT_NE(info.delaysMs, nullptr);
-    EXPECT_EQ(info.delaysMs[0], 200u);
-    EXPECT_EQ(info.delaysMs[1], 500u);
-    zntFileInformationFree(&info);
-    ASSERT_EQ(zntFileInformation(jxl.c_str(), -1, ZNT_INFO_QUICK, &info), 0);
-    EXPECT_EQ(info.imageCount, 1) << "a quick look reads the header only";
-    zntFileInformationFree(&info);
+    const Frames frames = framesOf(jxl);
+    ASSERT_EQ(frames.count, 2);
+    EXPECT_EQ(frames.delaysMs, (std::vector<uint32_t>{200, 500}));
+    EXPECT_EQ(framesOf(jxl, ZNT_INFO_QUICK).count, 1) << "a quick look reads the header only";
     Loaded second, beyond;
     load(second, jxl, 1);
     ASSERT_EQ(second.status, 0) << second.message;
@@ -258,20 +238,14 @@ TEST(Loading, ReducedJpeg2000LoadsDecodeOnlyTheLevelsNeeded) {
     } cases[] = {{100, 75, 100, 75}, {120, 80, 200, 150}, {0, 0, 800, 600}, {801, 1, 800, 600}};
     for (const Case &c : cases) {
         SCOPED_TRACE(c.wantW);
-        FormatParams params;
-        zntDefaultParams(&params);
-        params.flags = ZNT_LOAD_REDUCED;
-        params.reducedWidth = c.wantW;
-        params.reducedHeight = c.wantH;
-        Picture picture{};
-        ASSERT_EQ(zntLoad(dir.file("big.jp2").c_str(), &picture, &params, nullptr), 0);
+        Loaded reduced;
+        loadReduced(reduced, dir.file("big.jp2"), c.wantW, c.wantH);
+        ASSERT_EQ(reduced.status, 0);
+        const Picture &picture = reduced.picture;
         EXPECT_EQ(picture.width, c.gotW);
         EXPECT_EQ(uint32_t(picture.height), c.gotH);
         // The right-hand edge is as red as the picture's.
-        if (picture.data) {
-            EXPECT_GT(pixelOf(picture, int(picture.width) - 1, 0)[0], 240);
-        }
-        zntFree(&picture);
+        EXPECT_GT(pixelOf(picture, int(picture.width) - 1, 0)[0], 240);
     }
 }
 

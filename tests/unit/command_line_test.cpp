@@ -52,21 +52,6 @@ TEST(CommandLine, OptionsWithoutTheirArgument) {
     EXPECT_FALSE(hasNoResourcesOption({"a.jpg"}));
 }
 
-TEST(CommandLine, UsageAndBannerTexts) {
-    EXPECT_EQ(usageTextBeforeVisuals("quivel"),
-              "Usage : quivel [options] file ...\n        Options :\n"
-              "          -visualid <id> : Use this visual number\n");
-    const std::string after = usageTextAfterVisuals();
-    EXPECT_EQ(after.substr(0, after.find('\n') + 1), "          -own           : Use own colormap (8 bits only)\n");
-    EXPECT_NE(after.find("          -fi            : Force \"Fit to Image\"\n"), std::string::npos);
-    const std::string banner = bannerText();
-    EXPECT_EQ(banner.rfind("** Quivel v1.50 (", 0), 0u);
-    EXPECT_NE(banner.find(")\n        Version for Linux x86/Motif (All rights reserved)\n"
-                          "** This is a freeware software\n\n"),
-              std::string::npos);
-    EXPECT_EQ(typeHelpLine("./q"), "     Type ./q -help, for more information\n");
-}
-
 TEST(ShellQuote, NothingEscapesItsQuotes) {
     EXPECT_EQ(shellQuote("plain"), "'plain'");
     EXPECT_EQ(shellQuote("it's; rm -rf ~"), "'it'\\''s; rm -rf ~'");

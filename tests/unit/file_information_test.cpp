@@ -11,52 +11,38 @@
 #include "test_files.h"
 
 using namespace pictest;
+using testsupport::haveProgram;
+using testsupport::runQuietly;
 using testsupport::TempDir;
 
 namespace {
 
-bool haveProgram(const char *name) {
-    return std::system((std::string("command -v ") + name + " >/dev/null 2>&1").c_str()) == 0;
-}
-
-int run(const std::string &command) { return std::system((command + " >/dev/null 2>&1").c_str()); }
-
-struct Gradient {
-    Picture picture{};
-    Gradient(int w, int h) {
-        zntAllock(&picture, ZNT_RGB, 8, w, h);
-        for (int y = 0; y < h; ++y)
-            for (int x = 0; x < w; ++x) {
-                uint8_t *p = picture.data + size_t(y) * picture.bytesPerLine + 3 * size_t(x);
-                p[0] = uint8_t(x * 255 / w), p[1] = uint8_t(y * 255 / h), p[2] = uint8_t((x + y) & 255);
-            }
-    }
-    ~Gradient() { zntFree(&picture); }
+// Red across, green down, blue along the diagonals.
+struct Gradient : PatternPicture {
+    Gradient(int w, int h)
+        : PatternPicture(ZNT_RGB, w, h, [w, h](uint32_t i, int y) {
+              const int x = int(i / 3), c = int(i % 3);
+              return c == 0 ? x * 255 / w : c == 1 ? y * 255 / h : (x + y) & 255;
+          }) {}
 };
 
 }  // namespace
 
 TEST(FormatTable, NamesSuffixesAndLookUps) {
-    for (const char *name : {"jpeg", "png", "gif", "tiff", "bmp", "ppm", "pam", "xwd", "tga", "pcx", "dcx", "sgi",
-                             "sun", "iff", "xbm", "xpm", "soft", "dpx", "cin", "grob", "raw", "webp", "heif", "avif",
-                             "jxl", "jp2", "j2k"}) {
-        const int i = zntFormatGetIndex(name);
-        ASSERT_GE(i, 0) << name;
-        EXPECT_STREQ(zntFormatGetName(i), name);
-        EXPECT_TRUE(zntFormatIsWritable(i));
+    for (int i = 0; i < zntCount(); ++i) {
+        const char *name = zntFormatGetName(i);
+        ASSERT_NE(name, nullptr) << i;
+        EXPECT_EQ(zntFormatGetIndex(name), i) << name;
         FormatInformation info;
         ASSERT_EQ(zntFormatGetInfo(i, &info), 0);
         EXPECT_STREQ(info.name, name);
-        ASSERT_NE(info.saveKinds, nullptr);
-        EXPECT_NE(info.saveKinds[0].colorModel, -1);
-    }
-    for (const char *name : {"yuv", "pcd", "ico", "cur", "camraw", "eps", "ps", "pdf"}) {
-        const int i = zntFormatGetIndex(name);
-        ASSERT_GE(i, 0) << name;
-        FormatInformation info;
-        ASSERT_EQ(zntFormatGetInfo(i, &info), 0);
-        EXPECT_TRUE(info.readable && !info.writable) << name;
-        EXPECT_EQ(info.saveKinds, nullptr);
+        EXPECT_TRUE(info.readable) << name;
+        EXPECT_EQ(bool(info.writable), bool(zntFormatIsWritable(i))) << name;
+        // A writable format says what it takes; a read-only one has no list.
+        EXPECT_EQ(info.saveKinds != nullptr, bool(info.writable)) << name;
+        if (info.saveKinds != nullptr) {
+            EXPECT_NE(info.saveKinds[0].colorModel, -1) << name;
+        }
     }
     EXPECT_EQ(zntFormatGetIndex("nothing"), -1);
     EXPECT_EQ(zntFormatGetName(99), nullptr);
@@ -80,24 +66,20 @@ TEST(FormatTable, NamesSuffixesAndLookUps) {
     EXPECT_EQ(corrected("photo", "tiff"), "photo.tif");
     EXPECT_EQ(corrected("my.dir/photo", "png"), "my.dir/photo.png");
     EXPECT_EQ(corrected("photo.", "bmp"), "photo.bmp");
-
-    char version[8];
-    zntVersion(version);
-    EXPECT_STREQ(version, "3.87");
 }
 
 TEST(Sniffing, TheSignatureDecidesNotTheName) {
     Gradient g(20, 10);
     TempDir dir;
-    for (const char *format : {"jpeg", "png", "gif", "tiff", "bmp", "ppm", "pam", "xwd", "tga", "pcx", "dcx", "sgi",
-                               "sun", "iff", "xbm", "xpm", "soft", "dpx", "cin", "grob", "webp", "heif", "avif", "jxl",
-                               "jp2", "j2k"}) {
+    for (int f = 0; f < zntCount(); ++f) {
+        const char *format = zntFormatGetName(f);
+        // Raw samples are the one writable format without a signature.
+        if (!zntFormatIsWritable(f) || std::strcmp(format, "raw") == 0) continue;
         SCOPED_TRACE(format);
         // True colour where the format holds it, else grey, else black and white.
         Picture grey{}, binary{};
         ASSERT_TRUE(zntAllock(&grey, ZNT_GREY, 8, 20, 10));
         ASSERT_TRUE(zntAllock(&binary, ZNT_BINARY, 1, 20, 10));
-        const int f = zntFormatGetIndex(format);
         Picture &picture = zntFormatAcceptsPicture(f, &g.picture) ? g.picture : zntFormatAcceptsPicture(f, &grey) ? grey : binary;
         const std::string path = dir.file("misnamed.txt");
         ASSERT_EQ(save(path, picture, format), 0);
@@ -129,20 +111,11 @@ TEST(Sniffing, TheSignatureDecidesNotTheName) {
 
 TEST(StatusMessages, OneTextPerStatus) {
     using quivel::statusMessage;
-    EXPECT_EQ(statusMessage(1, "a"), "Not enough memory");
-    EXPECT_EQ(statusMessage(2, "/x/a.b"), "Don't know how to read \n</x/a.b>");
-    EXPECT_EQ(statusMessage(3, "a.jpg"), "Can't open file \n<a.jpg>");
-    EXPECT_EQ(statusMessage(4, "a"), "Can't read file \n<a>");
-    EXPECT_EQ(statusMessage(5, "a"), "Can't create file \n<a>");
-    EXPECT_EQ(statusMessage(6, "a"), "Can't write file \n<a>");
-    EXPECT_EQ(statusMessage(7, "a"), "Contact your dealer");
-    EXPECT_EQ(statusMessage(8, "a"), "Can't save in this format !!");
+    EXPECT_EQ(statusMessage(3, "a.jpg"), "Can't open file \n<a.jpg>") << "the file is named";
     EXPECT_EQ(statusMessage(9, "a"), "Bad picture file");
     EXPECT_EQ(statusMessage(9, "a", ""), "Bad picture file");
-    EXPECT_EQ(statusMessage(9, "a", "Bad TIFF file"), "Bad TIFF file");
-    EXPECT_EQ(statusMessage(10, "a"), "Corrupt image");
-    EXPECT_EQ(statusMessage(11, "a"), "Problem with JPEG");
-    EXPECT_EQ(statusMessage(12, "a"), "Contact your dealer");
+    EXPECT_EQ(statusMessage(9, "a", "Bad TIFF file"), "Bad TIFF file") << "the library's own words";
+    EXPECT_EQ(statusMessage(12, "a"), "Contact your dealer") << "past the list";
     EXPECT_EQ(statusMessage(0, "a"), "Contact your dealer");
     EXPECT_EQ(statusMessage(15, "a"), "");
     EXPECT_EQ(statusMessage(0x0103, "a"), "Can't open file \n<a>") << "only the low byte counts";
@@ -191,16 +164,11 @@ TEST(Loading, ReducedJpegLoadsScaleInTheDecoder) {
     } cases[] = {{100, 75, 100, 75}, {160, 120, 200, 150}, {300, 0, 400, 300}, {801, 1, 800, 600}, {0, 0, 800, 600}};
     for (const Case &c : cases) {
         SCOPED_TRACE(c.wantW);
-        FormatParams params;
-        zntDefaultParams(&params);
-        params.flags = ZNT_LOAD_REDUCED;
-        params.reducedWidth = c.wantW;
-        params.reducedHeight = c.wantH;
-        Picture picture{};
-        ASSERT_EQ(zntLoad(path.c_str(), &picture, &params, nullptr), 0);
-        EXPECT_EQ(picture.width, c.gotW);
-        EXPECT_EQ(uint32_t(picture.height), c.gotH);
-        zntFree(&picture);
+        Loaded reduced;
+        loadReduced(reduced, path, c.wantW, c.wantH);
+        ASSERT_EQ(reduced.status, 0);
+        EXPECT_EQ(reduced.picture.width, c.gotW);
+        EXPECT_EQ(uint32_t(reduced.picture.height), c.gotH);
     }
 }
 
@@ -240,18 +208,13 @@ TEST(Loading, ReducedJpegLoadsTakeTheExifThumbnailWhenItFits) {
             uint32_t wantW, wantH;
         } cases[] = {{100, 75}, {200, 150}};
         for (const Case &c : cases) {
-            FormatParams params;
-            zntDefaultParams(&params);
-            params.flags = ZNT_LOAD_REDUCED;
-            params.reducedWidth = c.wantW;
-            params.reducedHeight = c.wantH;
-            Picture picture{};
-            ASSERT_EQ(zntLoad(dir.file("camera.jpg").c_str(), &picture, &params, nullptr), 0);
+            Loaded reduced;
+            loadReduced(reduced, dir.file("camera.jpg"), c.wantW, c.wantH);
+            ASSERT_EQ(reduced.status, 0);
             // A thumbnail of other proportions is not used: the decoder scales instead.
             const bool thumbnail = thumbHeight == 120 && c.wantW == 100;
-            EXPECT_EQ(picture.width, thumbnail ? 160u : c.wantW);
-            EXPECT_EQ(picture.data[0] > 200, thumbnail) << "the red thumbnail, or the picture itself";
-            zntFree(&picture);
+            EXPECT_EQ(reduced.picture.width, thumbnail ? 160u : c.wantW);
+            EXPECT_EQ(reduced.picture.data[0] > 200, thumbnail) << "the red thumbnail, or the picture itself";
         }
     }
 }
@@ -289,9 +252,9 @@ TEST(OtherWriters, JpegVariantsFromTheReferenceEncoder) {
     Gradient g(96, 64);
     ASSERT_EQ(save(dir.file("src.ppm"), g.picture, "ppm"), 0);
     const std::string src = dir.file("src.ppm");
-    ASSERT_EQ(run("cjpeg -quality 95 -progressive -outfile " + dir.file("prog.jpg") + " " + src), 0);
-    ASSERT_EQ(run("cjpeg -quality 95 -grayscale -outfile " + dir.file("grey.jpg") + " " + src), 0);
-    ASSERT_EQ(run("convert " + src + " -quality 95 -colorspace CMYK " + dir.file("cmyk.jpg")), 0);
+    ASSERT_EQ(runQuietly("cjpeg -quality 95 -progressive -outfile " + dir.file("prog.jpg") + " " + src), 0);
+    ASSERT_EQ(runQuietly("cjpeg -quality 95 -grayscale -outfile " + dir.file("grey.jpg") + " " + src), 0);
+    ASSERT_EQ(runQuietly("convert " + src + " -quality 95 -colorspace CMYK " + dir.file("cmyk.jpg")), 0);
     const Rgba want = toRgba(g.picture);
     Loaded prog, grey, cmyk;
     load(prog, dir.file("prog.jpg"));
@@ -328,7 +291,7 @@ TEST(OtherWriters, TiffLayoutsFromImageMagick) {
     for (const Case &c : cases) {
         SCOPED_TRACE(c.options);
         const std::string out = dir.file("t.tif");
-        ASSERT_EQ(run("convert " + src + " " + c.options + " " + out), 0);
+        ASSERT_EQ(runQuietly("convert " + src + " " + c.options + " " + out), 0);
         Loaded l;
         load(l, out);
         ASSERT_EQ(l.status, 0) << l.message;
@@ -341,7 +304,7 @@ TEST(OtherWriters, TiffLayoutsFromImageMagick) {
     ASSERT_EQ(save(dir.file("bw.pbm"), bw, "ppm"), 0);
     for (const char *compress : {"Group4", "Fax", "RLE", "lzw"}) {
         SCOPED_TRACE(compress);
-        ASSERT_EQ(run("convert " + dir.file("bw.pbm") + " -compress " + compress + " " + dir.file("bw.tif")), 0);
+        ASSERT_EQ(runQuietly("convert " + dir.file("bw.pbm") + " -compress " + compress + " " + dir.file("bw.tif")), 0);
         Loaded l;
         load(l, dir.file("bw.tif"));
         ASSERT_EQ(l.status, 0) << l.message;
@@ -354,20 +317,14 @@ TEST(OtherWriters, GifAnimationFramesAndDelays) {
     if (!haveProgram("convert")) GTEST_SKIP() << "convert is not installed";
     TempDir dir;
     const std::string path = dir.file("anim.gif");
-    ASSERT_EQ(run("convert -size 16x12 -delay 20 xc:red -delay 50 xc:blue -delay 20 -page +4+4 -size 4x4 xc:lime "
+    ASSERT_EQ(runQuietly("convert -size 16x12 -delay 20 xc:red -delay 50 xc:blue -delay 20 -page +4+4 -size 4x4 xc:lime "
                   "-loop 0 " + path),
               0);
-    FileInformation info{};
-    ASSERT_EQ(zntFileInformation(path.c_str(), -1, 0, &info), 0);
-    ASSERT_EQ(info.imageCount, 3);
-    ASSERT_NE(info.delaysMs, nullptr);
-    EXPECT_EQ(info.delaysMs[0], 200u);
-    EXPECT_EQ(info.delaysMs[1], 500u);
-    EXPECT_EQ(info.images[2].width, 16u) << "every frame is as large as the logical screen";
-    zntFileInformationFree(&info);
-    ASSERT_EQ(zntFileInformation(path.c_str(), -1, ZNT_INFO_QUICK, &info), 0);
-    EXPECT_EQ(info.imageCount, 1);
-    zntFileInformationFree(&info);
+    const Frames frames = framesOf(path);
+    ASSERT_EQ(frames.count, 3);
+    EXPECT_EQ(frames.delaysMs, (std::vector<uint32_t>{200, 500, 200}));
+    EXPECT_EQ(frames.widths[2], 16u) << "every frame is as large as the logical screen";
+    EXPECT_EQ(framesOf(path, ZNT_INFO_QUICK).count, 1);
 
     Loaded third;
     load(third, path, 2);

@@ -11,27 +11,16 @@
 #include "test_files.h"
 
 using namespace pictest;
+using testsupport::haveProgram;
+using testsupport::runQuietly;
 using testsupport::TempDir;
 
 namespace {
 
-bool haveProgram(const char *name) {
-    return std::system((std::string("command -v ") + name + " >/dev/null 2>&1").c_str()) == 0;
-}
-
-int run(const std::string &command) { return std::system((command + " >/dev/null 2>&1").c_str()); }
-
 // A picture whose rows and columns all differ, so that flips show.
-struct Ramp {
-    Picture picture{};
-    Ramp(int type, int w, int h) {
-        zntAllock(&picture, type, 8, w, h);
-        if (type == ZNT_GREY) picture.numberOfColors = 256;
-        for (int y = 0; y < h; ++y)
-            for (uint32_t i = 0; i < picture.bytesPerLine; ++i)
-                picture.data[size_t(y) * picture.bytesPerLine + i] = uint8_t(i * 7 + uint32_t(y) * 31 + (i % 4 == 3 ? 100 : 0));
-    }
-    ~Ramp() { zntFree(&picture); }
+struct Ramp : PatternPicture {
+    Ramp(int type, int w, int h)
+        : PatternPicture(type, w, h, [](uint32_t i, int y) { return i * 7 + uint32_t(y) * 31 + (i % 4 == 3 ? 100 : 0); }) {}
 };
 
 // The 10-bit code of sample `index` of the first row of a 10-bit file
@@ -52,7 +41,7 @@ TEST(FilmScans, DpxLayoutsFromImageMagick) {
     // 66 columns: ImageMagick drops the last luma sample of a row that ends inside a word.
     Ramp source(ZNT_RGB, 66, 40);
     ASSERT_EQ(save(dir.file("src.ppm"), source.picture, "ppm"), 0);
-    ASSERT_EQ(run("convert " + dir.file("src.ppm") + " -colorspace gray -depth 8 " + dir.file("grey.pgm")), 0);
+    ASSERT_EQ(runQuietly("convert " + dir.file("src.ppm") + " -colorspace gray -depth 8 " + dir.file("grey.pgm")), 0);
     struct Case {
         const char *options;
         bool grey;
@@ -69,7 +58,7 @@ TEST(FilmScans, DpxLayoutsFromImageMagick) {
     for (const Case &c : cases) {
         SCOPED_TRACE(c.options);
         const std::string path = dir.file("scan.dpx");
-        ASSERT_EQ(run("convert " + dir.file("src.ppm") + " " + c.options + " " + path), 0);
+        ASSERT_EQ(runQuietly("convert " + dir.file("src.ppm") + " " + c.options + " " + path), 0);
         Loaded l;
         load(l, path);
         ASSERT_EQ(l.status, 0) << l.message;
@@ -83,9 +72,9 @@ TEST(FilmScans, CineonFromImageMagickKeepsItsCodes) {
     TempDir dir;
     Ramp source(ZNT_RGB, 50, 30);
     ASSERT_EQ(save(dir.file("src.ppm"), source.picture, "ppm"), 0);
-    ASSERT_EQ(run("convert " + dir.file("src.ppm") + " -depth 10 " + dir.file("scan.cin")), 0);
+    ASSERT_EQ(runQuietly("convert " + dir.file("src.ppm") + " -depth 10 " + dir.file("scan.cin")), 0);
     // ImageMagick's own view of the codes, without its log conversion.
-    ASSERT_EQ(run("convert " + dir.file("scan.cin") + " -set colorspace sRGB -depth 8 " + dir.file("codes.ppm")), 0);
+    ASSERT_EQ(runQuietly("convert " + dir.file("scan.cin") + " -set colorspace sRGB -depth 8 " + dir.file("codes.ppm")), 0);
     Loaded ours, codes;
     load(ours, dir.file("scan.cin"));
     load(codes, dir.file("codes.ppm"));
@@ -111,7 +100,7 @@ TEST(FilmScans, ImageMagickReadsWhatWeWrite) {
         ASSERT_EQ(save(path, source.picture, c.format, c.tenBits ? tenBits : nullptr), 0);
         // Cineon is log data to ImageMagick: ask for its codes as they are.
         const char *asCodes = std::strcmp(c.format, "cin") == 0 ? " -set colorspace sRGB" : "";
-        ASSERT_EQ(run("convert " + path + asCodes + " -depth 8 " + dir.file("back.pam")), 0);
+        ASSERT_EQ(runQuietly("convert " + path + asCodes + " -depth 8 " + dir.file("back.pam")), 0);
         Loaded back;
         load(back, dir.file("back.pam"));
         ASSERT_EQ(back.status, 0);

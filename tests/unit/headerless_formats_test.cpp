@@ -10,25 +10,15 @@
 #include "test_files.h"
 
 using namespace pictest;
+using testsupport::haveProgram;
+using testsupport::runQuietly;
 using testsupport::TempDir;
 
 namespace {
 
-bool haveProgram(const char *name) {
-    return std::system((std::string("command -v ") + name + " >/dev/null 2>&1").c_str()) == 0;
-}
-
-int run(const std::string &command) { return std::system((command + " >/dev/null 2>&1").c_str()); }
-
-struct Colours {
-    Picture picture{};
-    Colours(int type, int w, int h) {
-        zntAllock(&picture, type, 8, w, h);
-        for (int y = 0; y < h; ++y)
-            for (uint32_t i = 0; i < picture.bytesPerLine; ++i)
-                picture.data[size_t(y) * picture.bytesPerLine + i] = uint8_t(i * 11 + uint32_t(y) * 37 + (i % 4) * 50);
-    }
-    ~Colours() { zntFree(&picture); }
+struct Colours : PatternPicture {
+    Colours(int type, int w, int h)
+        : PatternPicture(type, w, h, [](uint32_t i, int y) { return i * 11 + uint32_t(y) * 37 + (i % 4) * 50; }) {}
 };
 
 auto geometry(int w, int h, int offset = 0, int type = 1, int order = 0) {
@@ -144,7 +134,7 @@ TEST(RawSamples, FromImageMagick) {
     Colours source(ZNT_RGB, 9, 6);
     ASSERT_EQ(save(dir.file("src.ppm"), source.picture, "ppm"), 0);
     Loaded grey;
-    ASSERT_EQ(run("convert " + dir.file("src.ppm") + " -colorspace gray -depth 8 " + dir.file("grey.pgm")), 0);
+    ASSERT_EQ(runQuietly("convert " + dir.file("src.ppm") + " -colorspace gray -depth 8 " + dir.file("grey.pgm")), 0);
     load(grey, dir.file("grey.pgm"));
     struct Case {
         const char *output;
@@ -156,7 +146,7 @@ TEST(RawSamples, FromImageMagick) {
     };
     for (const Case &c : cases) {
         SCOPED_TRACE(c.output);
-        ASSERT_EQ(run("convert " + dir.file("src.ppm") + " " + c.output + dir.file("im.raw")), 0);
+        ASSERT_EQ(runQuietly("convert " + dir.file("src.ppm") + " " + c.output + dir.file("im.raw")), 0);
         Loaded l;
         loadWith(l, dir.file("im.raw"), geometry(9, 6, 0, c.type, c.order));
         ASSERT_EQ(l.status, 0) << l.message;

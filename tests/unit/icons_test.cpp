@@ -10,15 +10,11 @@
 #include "test_files.h"
 
 using namespace pictest;
+using testsupport::haveProgram;
+using testsupport::runQuietly;
 using testsupport::TempDir;
 
 namespace {
-
-bool haveProgram(const char *name) {
-    return std::system((std::string("command -v ") + name + " >/dev/null 2>&1").c_str()) == 0;
-}
-
-int run(const std::string &command) { return std::system((command + " >/dev/null 2>&1").c_str()); }
 
 void putLe(std::vector<uint8_t> &b, uint32_t v, int bytes) {
     for (int i = 0; i < bytes; ++i) b.push_back(uint8_t(v >> (8 * i)));
@@ -58,11 +54,11 @@ TEST(Icons, EveryImageIsAPage) {
     if (!haveProgram("convert")) GTEST_SKIP() << "convert is not installed";
     TempDir dir;
     const std::string a = dir.file("a.png"), b = dir.file("b.png"), c = dir.file("c.png");
-    ASSERT_EQ(run("convert -size 16x16 gradient:red-blue -alpha set -channel A -fx \"i<8?1:0\" +channel -depth 8 " + a), 0);
-    ASSERT_EQ(run("convert -size 32x32 gradient:green-yellow -depth 8 " + b), 0);
-    ASSERT_EQ(run("convert -size 256x256 gradient:white-orange -depth 8 " + c), 0);
+    ASSERT_EQ(runQuietly("convert -size 16x16 gradient:red-blue -alpha set -channel A -fx \"i<8?1:0\" +channel -depth 8 " + a), 0);
+    ASSERT_EQ(runQuietly("convert -size 32x32 gradient:green-yellow -depth 8 " + b), 0);
+    ASSERT_EQ(runQuietly("convert -size 256x256 gradient:white-orange -depth 8 " + c), 0);
     const std::string icon = dir.file("three.ico");
-    ASSERT_EQ(run("convert " + a + " " + b + " " + c + " " + icon), 0);
+    ASSERT_EQ(runQuietly("convert " + a + " " + b + " " + c + " " + icon), 0);
 
     FileInformation info{};
     ASSERT_EQ(zntFileInformation(icon.c_str(), -1, 0, &info), 0);
@@ -96,12 +92,12 @@ TEST(Icons, EveryImageIsAPage) {
 TEST(Icons, PaletteIconsWithMasksFromNetpbm) {
     if (!haveProgram("ppmtowinicon") || !haveProgram("convert")) GTEST_SKIP() << "netpbm or convert is not installed";
     TempDir dir;
-    ASSERT_EQ(run("convert -size 20x12 xc:white -fill black -draw \"rectangle 0,0 9,11\" -depth 8 " + dir.file("bw.ppm")), 0);
-    ASSERT_EQ(run("convert -size 32x32 gradient:green-yellow -colors 16 -depth 8 " + dir.file("p16.ppm")), 0);
-    ASSERT_EQ(run("convert -size 32x32 gradient:red-blue -colors 200 -depth 8 " + dir.file("p200.ppm")), 0);
+    ASSERT_EQ(runQuietly("convert -size 20x12 xc:white -fill black -draw \"rectangle 0,0 9,11\" -depth 8 " + dir.file("bw.ppm")), 0);
+    ASSERT_EQ(runQuietly("convert -size 32x32 gradient:green-yellow -colors 16 -depth 8 " + dir.file("p16.ppm")), 0);
+    ASSERT_EQ(runQuietly("convert -size 32x32 gradient:red-blue -colors 200 -depth 8 " + dir.file("p200.ppm")), 0);
     // The mask: black where the icon is transparent.
-    ASSERT_EQ(run("convert -size 32x32 xc:white -fill black -draw \"rectangle 0,0 10,10\" -depth 8 " + dir.file("and.pgm")), 0);
-    ASSERT_EQ(run("(cd " + dir.path() + " && ppmtowinicon bw.ppm > bw.ico && ppmtowinicon -andpgms p16.ppm and.pgm > p16.ico && "
+    ASSERT_EQ(runQuietly("convert -size 32x32 xc:white -fill black -draw \"rectangle 0,0 10,10\" -depth 8 " + dir.file("and.pgm")), 0);
+    ASSERT_EQ(runQuietly("(cd " + dir.path() + " && ppmtowinicon bw.ppm > bw.ico && ppmtowinicon -andpgms p16.ppm and.pgm > p16.ico && "
                   "ppmtowinicon p200.ppm > p200.ico)"), 0);
     struct Case {
         const char *icon, *source;
@@ -163,8 +159,8 @@ TEST(Icons, DamagedFilesGiveAStatus) {
     auto defaults = [](FormatParams &) {};
     expectDamageGivesAStatus(iconOf24Bits(1), dir.file("d.ico"), defaults);
     if (!haveProgram("convert")) return;
-    ASSERT_EQ(run("convert -size 16x16 gradient:red-blue " + dir.file("a.png")), 0);
-    ASSERT_EQ(run("convert -size 300x300 gradient:red-blue -resize 256x256 " + dir.file("b.png")), 0);
-    ASSERT_EQ(run("convert " + dir.file("a.png") + " " + dir.file("b.png") + " -colors 16 " + dir.file("two.ico")), 0);
+    ASSERT_EQ(runQuietly("convert -size 16x16 gradient:red-blue " + dir.file("a.png")), 0);
+    ASSERT_EQ(runQuietly("convert -size 300x300 gradient:red-blue -resize 256x256 " + dir.file("b.png")), 0);
+    ASSERT_EQ(runQuietly("convert " + dir.file("a.png") + " " + dir.file("b.png") + " -colors 16 " + dir.file("two.ico")), 0);
     expectDamageGivesAStatus(testsupport::readBytes(dir.file("two.ico")), dir.file("d.ico"), defaults);
 }

@@ -13,15 +13,11 @@
 #include "test_files.h"
 
 using namespace pictest;
+using testsupport::haveProgram;
+using testsupport::runQuietly;
 using testsupport::TempDir;
 
 namespace {
-
-bool haveProgram(const char *name) {
-    return std::system((std::string("command -v ") + name + " >/dev/null 2>&1").c_str()) == 0;
-}
-
-int run(const std::string &command) { return std::system((command + " >/dev/null 2>&1").c_str()); }
 
 struct Base {
     int width, height;
@@ -136,8 +132,8 @@ TEST(PhotoCd, RotatedPicturesStandUpright) {
 TEST(PhotoCd, FromImageMagick) {
     if (!haveProgram("convert")) GTEST_SKIP() << "convert is not installed";
     TempDir dir;
-    ASSERT_EQ(run("convert -size 768x512 gradient:red-blue " + dir.file("wide.pcd")), 0);
-    ASSERT_EQ(run("convert -size 512x768 gradient:red-blue " + dir.file("tall.pcd")), 0);
+    ASSERT_EQ(runQuietly("convert -size 768x512 gradient:red-blue " + dir.file("wide.pcd")), 0);
+    ASSERT_EQ(runQuietly("convert -size 512x768 gradient:red-blue " + dir.file("tall.pcd")), 0);
     for (int b = 0; b < 3; ++b) {
         SCOPED_TRACE(b);
         Loaded wide, tall;

@@ -91,6 +91,46 @@ inline double meanDifference(const Rgba &a, const Rgba &b) {
     return sum / double(a.pixels.size());
 }
 
+// A picture owned by the test whose byte i of row y is fill(i, y), every
+// byte of the row's bytesPerLine (a binary row: eight pixels a byte).
+struct PatternPicture {
+    Picture picture{};
+    template <class Fill>
+    PatternPicture(int type, int width, int height, Fill fill) {
+        if (!zntAllock(&picture, type, 8, width, height)) {
+            ADD_FAILURE() << "no memory for a " << width << " x " << height << " picture";
+            return;
+        }
+        for (int y = 0; y < height; ++y)
+            for (uint32_t i = 0; i < picture.bytesPerLine; ++i)
+                picture.data[size_t(y) * picture.bytesPerLine + i] = uint8_t(fill(i, y));
+    }
+    ~PatternPicture() { zntFree(&picture); }
+    PatternPicture(const PatternPicture &) = delete;
+    PatternPicture &operator=(const PatternPicture &) = delete;
+};
+
+// The pages or frames a file's information lists: their count (-1 when the
+// file cannot be described), widths, and delays (empty when it has none).
+struct Frames {
+    int count = -1;
+    std::vector<uint32_t> widths, delaysMs;
+};
+
+inline Frames framesOf(const std::string &path, uint32_t flags = 0) {
+    Frames frames;
+    FileInformation info{};
+    if (zntFileInformation(path.c_str(), -1, flags, &info) == 0) {
+        frames.count = info.imageCount;
+        for (int i = 0; i < info.imageCount; ++i) {
+            frames.widths.push_back(info.images[i].width);
+            if (info.delaysMs != nullptr) frames.delaysMs.push_back(info.delaysMs[i]);
+        }
+    }
+    zntFileInformationFree(&info);
+    return frames;
+}
+
 // Loads page `page` of a file; the status, and the picture on success.
 struct Loaded {
     OpStatus status = 0;
@@ -122,6 +162,15 @@ inline void loadWith(Loaded &out, const std::string &path, Adjust adjust) {
     FileInformation info{};
     out.status = zntLoad(path.c_str(), &out.picture, &params, &info);
     out.message = info.message;
+}
+
+// A reduced load: page 0 at about width x height (a box of 0 x 0 asks for the whole picture).
+inline void loadReduced(Loaded &out, const std::string &path, uint32_t width, uint32_t height) {
+    loadWith(out, path, [&](FormatParams &p) {
+        p.flags = ZNT_LOAD_REDUCED;
+        p.reducedWidth = width;
+        p.reducedHeight = height;
+    });
 }
 
 // Cuts a file at several points and changes a few of its bytes, more of

@@ -7,18 +7,12 @@
 #include <string>
 
 #include "app/configuration_file.h"
+#include "default_settings.h"
 #include "picture/format_params.h"
 
 using namespace quivel;
 
 namespace {
-
-std::unique_ptr<Settings> defaults() {
-    auto settings = std::make_unique<Settings>();
-    std::vector<FileTypeFlag> fileTypes;
-    loadSettings(nullptr, {}, *settings, fileTypes);
-    return settings;
-}
 
 Picture pictureOfType(int type) {
     Picture p{};
@@ -46,7 +40,7 @@ TEST(SaveParameters, PageSizesInPoints) {
 }
 
 TEST(SaveParameters, LoadTakesRawValuesOnlyForRaw) {
-    auto s = defaults();
+    auto s = defaultSettings();
     s->load.rawWidth = 640, s->load.rawHeight = 480, s->load.rawOffset = 16;
     s->load.yuvWidth = 352, s->load.yuvHeight = 288, s->load.yuvOffset = 8;
     const FormatParams raw = loadParams(*s, 7, "raw", 2);
@@ -63,7 +57,7 @@ TEST(SaveParameters, LoadTakesRawValuesOnlyForRaw) {
 }
 
 TEST(SaveParameters, LoadReadOptions) {
-    auto s = defaults();
+    auto s = defaultSettings();
     EXPECT_EQ(loadParams(*s, 0, "jpeg", 0).flags, 0u);
     EXPECT_EQ(loadParams(*s, 0, "jpeg", 0).lutFileName[0], '\0');
     s->load.ignoreError = true;
@@ -78,14 +72,14 @@ TEST(SaveParameters, LoadReadOptions) {
 }
 
 TEST(SaveParameters, FlagsAlwaysAskTheSaveAndAddVerboseAndExtra) {
-    auto s = defaults();
+    auto s = defaultSettings();
     EXPECT_EQ(forSave(*s, "png").flags, 4u);
     EXPECT_EQ(forSave(*s, "png", ZNT_RGB, {.verbose = true}).flags, 5u);
     EXPECT_EQ(forSave(*s, "png", ZNT_RGB, {.verbose = true, .extra = true}).flags, 0xC5u);
 }
 
 TEST(SaveParameters, QualityLevelAndInterlaceBelongToTheirFormats) {
-    auto s = defaults();
+    auto s = defaultSettings();
     s->save.jpegQuality = 42, s->save.jpegProgressive = true;
     s->save.pngCompressionLevel = 3, s->save.pngInterlaced = false;
     s->save.gifInterlaced = true;
@@ -105,7 +99,7 @@ TEST(SaveParameters, QualityLevelAndInterlaceBelongToTheirFormats) {
 }
 
 TEST(SaveParameters, CompressionByTargetFormat) {
-    auto s = defaults();
+    auto s = defaultSettings();
     s->save.tiffCompress = 3;
     for (auto [binaryKey, passed] : {std::pair{0, 0}, {1, 1}, {2, 2}, {3, 4}, {4, 5}, {5, 6}}) {
         s->save.tiffBinaryCompress = uint8_t(binaryKey);
@@ -134,7 +128,7 @@ TEST(SaveParameters, CompressionByTargetFormat) {
 }
 
 TEST(SaveParameters, LookUpTableOnlyForFilmFormats) {
-    auto s = defaults();
+    auto s = defaultSettings();
     s->save.useLut = true;
     std::memset(s->save.lut8to10Name, 'x', 600);
     s->save.lut8to10Name[600] = '\0';
@@ -149,7 +143,7 @@ TEST(SaveParameters, LookUpTableOnlyForFilmFormats) {
 }
 
 TEST(SaveParameters, TransparentIndexForGifAndPngOnly) {
-    auto s = defaults();
+    auto s = defaultSettings();
     EXPECT_FALSE(transparentIndexForSave(*s, "gif"));
     s->save.gifUseTransparentIndex = true, s->save.gifTransparentIndex = 7;
     s->save.pngUseTransparentIndex = true, s->save.pngTransparentIndex = 300;

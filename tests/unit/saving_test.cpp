@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "app/configuration_file.h"
+#include "default_settings.h"
 #include "imageops/op_support.h"
 #include "picture/conversion_choice.h"
 #include "picture/save_picture.h"
@@ -22,13 +23,6 @@ using testsupport::OwnedTestPicture;
 using testsupport::TempDir;
 
 namespace {
-
-std::unique_ptr<Settings> defaults() {
-    auto settings = std::make_unique<Settings>();
-    std::vector<FileTypeFlag> fileTypes;
-    loadSettings(nullptr, {}, *settings, fileTypes);
-    return settings;
-}
 
 // A 37 x 23 picture of `type` with varied pixels; grey pictures have 16
 // levels, palette pictures 200 colours.
@@ -96,16 +90,6 @@ std::string compressionOf(const std::string &path) {
 TEST(ConversionChoices, TableModesAndDialogPartsAgree) {
     for (int choice = 1; choice <= kConversionChoiceCount; ++choice)
         EXPECT_EQ(choiceOfParts(partsOfChoice(choice)), choice) << "parts name exactly one choice";
-    struct Expected {
-        int choice, mode, dither;
-    } expected[] = {{1, 1, 1}, {2, 1, 5}, {3, 1, 2}, {4, 1, 3}, {5, 2, 4},    {10, 7, 4},  {11, 9, 4},
-                    {12, 2, 1}, {17, 7, 1}, {18, 12, 4}, {24, 18, 4}, {25, 12, 1}, {31, 18, 1}, {32, 19, 0}};
-    for (const Expected &e : expected) {
-        ConversionMode mode;
-        ASSERT_EQ(conversionModeForChoice(e.choice, mode), ZNT_OK);
-        EXPECT_EQ(mode.mode, e.mode) << e.choice;
-        EXPECT_EQ(mode.dither, e.dither) << e.choice;
-    }
     ConversionMode mode;
     EXPECT_EQ(conversionModeForChoice(0, mode), ZNT_NO_MEMORY);
     EXPECT_EQ(conversionModeForChoice(33, mode), ZNT_NO_MEMORY);
@@ -179,7 +163,7 @@ TEST(Saving, EveryChoiceAFormatHoldsGivesAPictureItAccepts) {
 
 TEST(Saving, EveryWritableFormatSavesEveryPictureKind) {
     TempDir dir;
-    auto settings = defaults();
+    auto settings = defaultSettings();
     int saved = 0;
     for (int format = 0; format < zntCount(); ++format) {
         if (!zntFormatIsWritable(format)) continue;
@@ -249,7 +233,7 @@ TEST(Saving, OptionsReachTheFile) {
     };
     for (const Case &c : cases) {
         SCOPED_TRACE(c.compression);
-        auto settings = defaults();
+        auto settings = defaultSettings();
         c.set(*settings);
         OwnedTestPicture picture;
         makeSample(picture, c.type);
@@ -261,7 +245,7 @@ TEST(Saving, OptionsReachTheFile) {
     }
 
     // The JPEG quality, and 87a GIF headers.
-    auto settings = defaults();
+    auto settings = defaultSettings();
     OwnedTestPicture photo;
     makeSample(photo, ZNT_RGB, 200, 150);
     RecordingHooks hooks;
@@ -279,7 +263,7 @@ TEST(Saving, OptionsReachTheFile) {
 
 TEST(Saving, ConversionIsAskedRememberedAndReused) {
     TempDir dir;
-    auto settings = defaults();
+    auto settings = defaultSettings();
     OwnedTestPicture rgba;
     makeSample(rgba, ZNT_RGBA);
     forgetConversion();
@@ -343,7 +327,7 @@ TEST(Saving, ResizesToTheLargestSizeAFormatHolds) {
 
     // GIF sides end at 65535.
     TempDir dir;
-    auto settings = defaults();
+    auto settings = defaultSettings();
     OwnedTestPicture wide;
     makeSample(wide, ZNT_BINARY, 65540, 3);
     RecordingHooks hooks;
@@ -360,7 +344,7 @@ TEST(Saving, ResizesToTheLargestSizeAFormatHolds) {
 
 TEST(Saving, TransparentIndexIsMarkedForTheSaveOnly) {
     TempDir dir;
-    auto settings = defaults();
+    auto settings = defaultSettings();
     settings->save.gifUseTransparentIndex = true;
     settings->save.gifTransparentIndex = 5;
     OwnedTestPicture palette;
@@ -385,7 +369,7 @@ TEST(Saving, TransparentIndexIsMarkedForTheSaveOnly) {
 }
 
 TEST(Saving, FailuresAreReported) {
-    auto settings = defaults();
+    auto settings = defaultSettings();
     OwnedTestPicture rgb;
     makeSample(rgb, ZNT_RGB);
     RecordingHooks missingFolder;

@@ -192,21 +192,9 @@ TEST(ViewMenus, ItemsOfToolsNotBuiltAreLeftOutAndSeparatorsTidied) {
     EXPECT_FALSE(recent) << "recent files only when asked for";
 }
 
-TEST(ViewMenus, ImageMenuConversionsAndSensitivityNames) {
-    std::map<std::string, std::pair<int, int>> conversions;
+TEST(ViewMenus, SensitivityNamesAreItems) {
     std::set<std::string> names;
-    for (const ViewMenuItem *item : allItems()) {
-        names.insert(item->name);
-        if (item->kind == MenuItemKind::Convert) conversions[item->label] = {item->code, item->argument};
-    }
-    EXPECT_EQ(conversions.size(), 4u + 7 + 6 + 14 + 1);
-    EXPECT_EQ(conversions["Binary (Floyd Steinberg)"], std::make_pair(1, 5));
-    EXPECT_EQ(conversions["Binary (Halftone45)"], std::make_pair(1, 2));
-    EXPECT_EQ(conversions["256 Grey scale"], std::make_pair(9, 4));
-    EXPECT_EQ(conversions["16 Grey scale (Dither)"], std::make_pair(4, 1));
-    EXPECT_EQ(conversions["216 colors (Adaptive)"], std::make_pair(17, 4));
-    EXPECT_EQ(conversions["128 colors (Dither)"], std::make_pair(16, 1));
-    EXPECT_EQ(conversions["Convert to True Color"], std::make_pair(19, 0));
+    for (const ViewMenuItem *item : allItems()) names.insert(item->name);
     // The names the sensitivity rule turns on and off exist as items (those
     // of operations not built yet excepted).
     for (const auto &[name, on] : pictureMenuSensitivity(false, ZNT_RGB)) {
@@ -222,13 +210,8 @@ TEST(ViewToolbar, ButtonsFollowTheMaskBits) {
         EXPECT_TRUE(bits.insert(b.bit).second) << "bit " << b.bit << " used twice";
         EXPECT_NE(viewCommandByName(b.command), ViewCommand::unknown) << b.name;
     }
-    const auto shown = shownToolbarButtons(kDefaultToolbarMask);
-    for (const ToolbarButton *b : shown) {
-        EXPECT_NE(b->bit, 10);
-        EXPECT_NE(b->bit, 25);
-        EXPECT_NE(b->bit, 26);
-    }
-    EXPECT_EQ(shown.size(), 24u);
+    for (const ToolbarButton *b : shownToolbarButtons(kDefaultToolbarMask))
+        EXPECT_TRUE(viewCommandAvailable(viewCommandByName(b->command))) << b->name;
     const auto two = shownToolbarButtons((1 << 0) | (1 << 11) | (1 << 26));
     ASSERT_EQ(two.size(), 2u) << "bit 26 names a tool not built";
     EXPECT_STREQ(two[0]->command, "open");

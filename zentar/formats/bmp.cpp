@@ -491,20 +491,9 @@ OpStatus writeBmp(FILE *file, const Picture &pic, const FormatParams &params) {
     const uint32_t w = pic.width, height = uint32_t(pic.height);
     const bool os2 = params.bmpOs2Header != 0;
     if (os2 && (w > 65535 || height > 32767)) return ZNT_CANT_SAVE;
-    int bits = 24;
-    uint32_t colours = 0;
-    uint8_t palette[768] = {};
-    if (pic.type == ZNT_BINARY) {
-        bits = 1, colours = 2;
-        palette[1] = palette[257] = palette[513] = 255;
-    } else if (pic.type == ZNT_GREY || pic.type == ZNT_PALETTE) {
-        colours = std::clamp<uint32_t>(pic.numberOfColors, 1, 256);
-        bits = colours <= 16 ? 4 : 8;
-        if (pic.type == ZNT_GREY)
-            setGreyRamp(palette, int(colours));
-        else if (pic.palette)
-            std::memcpy(palette, pic.palette, 768);
-    }
+    uint8_t palette[768];
+    uint32_t colours = writerPalette(pic, palette);
+    const int bits = pic.type == ZNT_BINARY ? 1 : colours == 0 ? 24 : colours <= 16 ? 4 : 8;
     if (os2) colours = bits <= 8 ? 1u << bits : 0;   // OS/2 palettes are always full
     const bool rle = !os2 && params.rleCompress != 0 && (bits == 4 || bits == 8);
     const uint32_t headerSize = os2 ? 12 : 40;

@@ -130,52 +130,21 @@ OpStatus readPixels(const Source &source, const LoadRequest &request, OwnedPictu
     CineonHeader h;
     if (const OpStatus s = parseHeader(source.bytes, h, message); s != ZNT_OK) return s;
     if (request.page != 0) return ZNT_BAD_ARGUMENT;
-    if (request.tooLarge(h.width, h.height)) return ZNT_NO_MEMORY;
-    const Bytes bytes = source.bytes;
-    const uint64_t available = h.imageOffset < bytes.size() ? bytes.size() - h.imageOffset : 0;
-    const uint32_t rows = uint32_t(std::min<uint64_t>(h.height, available / h.stride));
-    // A cut file loads what it holds when errors are ignored, if that is a
-    // fair part of it: a few bytes claiming a huge picture are refused.
-    if (rows < h.height && (!request.ignoreErrors() || uint64_t(rows) * 8 < h.height)) return ZNT_CANT_READ;
-
-    const FormatParams &options = request.options();
-    LogToLinear lut;
-    if (options.useLut && h.bits >= 10) {
-        if (const OpStatus s = logToLinearTable(options, lut, message); s != ZNT_OK) return s;
-    }
-    const std::vector<uint8_t> toByte = sampleToByteTable(h.bits, options.useLut ? &lut : nullptr);
-
-    const int type = h.channels == 1 ? ZNT_GREY : ZNT_RGB;
-    if (!out.allocate(type, 8, h.width, h.height)) return ZNT_NO_MEMORY;
-    Picture &pic = out.get();
-    pic.colorModel = uint16_t(colorModelOfType(type));
-    if (type == ZNT_GREY) pic.numberOfColors = 256;
-
+    FilmRaster raster;
+    raster.layout = h.layout;
+    raster.offset = h.imageOffset;
+    raster.stride = h.stride;
+    raster.width = h.width;
+    raster.height = h.height;
+    raster.channels = h.channels;
     // Orientation 1 is bottom to top, 2 right to left, 3 both; the
     // transposed ones (4 to 7) load as stored.
-    const bool upsideDown = h.orientation == 1 || h.orientation == 3;
-    const bool mirrored = h.orientation == 2 || h.orientation == 3;
-    const uint32_t samples = h.width * h.channels;
-    std::vector<uint16_t> line(samples);
-    Progress progress(request, int(h.height));
-    for (uint32_t y = 0; y < rows; ++y) {
-        unpackRow(h.layout, bytes.data() + h.imageOffset + y * h.stride, samples, line.data());
-        uint8_t *row = out.row(upsideDown ? h.height - 1 - y : y);
-        const uint8_t *table = toByte.data();
-        for (uint32_t i = 0; i < samples; ++i) row[i] = table[line[i]];
-        if (mirrored) {
-            const uint32_t n = h.channels;
-            for (uint32_t a = 0, b = h.width - 1; a < b; ++a, --b)
-                std::swap_ranges(row + a * n, row + a * n + n, row + b * n);
-        }
-        if (progress.row(int(y))) return ZNT_STOPPED;
-    }
-    return ZNT_OK;
+    raster.upsideDown = h.orientation == 1 || h.orientation == 3;
+    raster.mirrored = h.orientation == 2 || h.orientation == 3;
+    return readFilmRaster(source.bytes, raster, request, out, message);
 }
 
 const ZntSaveKind kCineonSaveKinds[] = {{ZNT_CM_GREY, 8, 0, 0}, {ZNT_CM_RGB, 24, 0, 0}, {-1, 0, 0, 0}};
-
-void putBe32(uint8_t *at, uint32_t v) { at[0] = uint8_t(v >> 24), at[1] = uint8_t(v >> 16), at[2] = uint8_t(v >> 8), at[3] = uint8_t(v); }
 
 OpStatus writeCineon(FILE *file, const Picture &pic, const FormatParams &params) {
     const uint32_t width = pic.width, height = uint32_t(pic.height);
@@ -192,23 +161,23 @@ OpStatus writeCineon(FILE *file, const Picture &pic, const FormatParams &params)
     const uint64_t fileSize = kHeaderBytes + stride * height;
 
     uint8_t h[kHeaderBytes] = {};
-    putBe32(h, kMagic);
-    putBe32(h + 4, kHeaderBytes);
-    putBe32(h + 8, kGenericBytes);
-    putBe32(h + 12, kHeaderBytes - kGenericBytes);
-    putBe32(h + 20, fileSize > 0xffffffffu ? 0xffffffffu : uint32_t(fileSize));
+    writeBe32(h, kMagic);
+    writeBe32(h + 4, kHeaderBytes);
+    writeBe32(h + 8, kGenericBytes);
+    writeBe32(h + 12, kHeaderBytes - kGenericBytes);
+    writeBe32(h + 20, fileSize > 0xffffffffu ? 0xffffffffu : uint32_t(fileSize));
     std::memcpy(h + 24, "V4.5", 4);
     h[193] = uint8_t(channels);
     for (uint32_t c = 0; c < channels; ++c) {
         uint8_t *record = h + kChannelsAt + 28 * c;
         record[1] = uint8_t(grey ? 0 : 1 + c);   // 0 grey, 1 red, 2 green, 3 blue
         record[2] = 10;
-        putBe32(record + 4, width);
-        putBe32(record + 8, height);
-        putBe32(record + 12, floatBits(0.0f));
-        putBe32(record + 16, floatBits(0.0f));
-        putBe32(record + 20, floatBits(1023.0f));
-        putBe32(record + 24, floatBits(2.046f));   // density of code 1023
+        writeBe32(record + 4, width);
+        writeBe32(record + 8, height);
+        writeBe32(record + 12, floatBits(0.0f));
+        writeBe32(record + 16, floatBits(0.0f));
+        writeBe32(record + 20, floatBits(1023.0f));
+        writeBe32(record + 24, floatBits(2.046f));   // density of code 1023
     }
     h[kFormatAt + 1] = kLongLeft;
 
@@ -216,11 +185,7 @@ OpStatus writeCineon(FILE *file, const Picture &pic, const FormatParams &params)
     out.bytes(h, sizeof h);
     std::vector<uint8_t> line(samples), packed(stride, 0);
     for (uint32_t y = 0; y < height; ++y) {
-        if (grey) {
-            rowToGrey(pic, y, line.data());
-        } else {
-            rowToRgb(pic, y, line.data());
-        }
+        rowToChannels(pic, y, int(channels), line.data());
         packFilled10(line.data(), samples, toLog, grey, packed.data());
         out.bytes(packed.data(), stride);
         reportSaveProgress(params, int(y), int(height));

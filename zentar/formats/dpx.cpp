@@ -146,62 +146,23 @@ OpStatus readPixels(const Source &source, const LoadRequest &request, OwnedPictu
     DpxHeader h;
     if (const OpStatus s = parseHeader(source.bytes, h, message); s != ZNT_OK) return s;
     if (request.page != 0) return ZNT_BAD_ARGUMENT;
-    if (request.tooLarge(h.width, h.height)) return ZNT_NO_MEMORY;
-    const Bytes bytes = source.bytes;
-    const uint32_t samples = h.width * uint32_t(h.components);   // at most 2^22
-    const uint64_t stride = rowBytes(h.layout, samples) + h.eolPadding;
-    const uint64_t available = h.dataOffset < bytes.size() ? bytes.size() - h.dataOffset : 0;
-    const uint32_t rows = uint32_t(std::min<uint64_t>(h.height, available / stride));
-    // A cut file loads what it holds when errors are ignored, if that is a
-    // fair part of it: a few bytes claiming a huge picture are refused.
-    if (rows < h.height && (!request.ignoreErrors() || uint64_t(rows) * 8 < h.height)) return ZNT_CANT_READ;
-
-    const FormatParams &options = request.options();
-    LogToLinear lut;
-    if (options.useLut && h.bitSize >= 10) {
-        if (const OpStatus s = logToLinearTable(options, lut, message); s != ZNT_OK) return s;
-    }
-    const std::vector<uint8_t> toByte = sampleToByteTable(h.bitSize, options.useLut ? &lut : nullptr);
-
-    const int type = h.components == 1 ? ZNT_GREY : h.components == 3 ? ZNT_RGB : ZNT_RGBA;
-    if (!out.allocate(type, 8, h.width, h.height)) return ZNT_NO_MEMORY;
-    Picture &pic = out.get();
-    pic.colorModel = uint16_t(colorModelOf(h));
-    if (type == ZNT_GREY) pic.numberOfColors = 256;
-
+    FilmRaster raster;
+    raster.layout = h.layout;
+    raster.offset = h.dataOffset;
+    raster.width = h.width;
+    raster.height = h.height;
+    raster.channels = uint32_t(h.components);
+    raster.stride = rowBytes(h.layout, uint64_t(raster.width) * raster.channels) + h.eolPadding;
     // Orientations 1 to 3 mirror the rows, turn them upside down, or both;
     // the transposed ones (4 to 7) load as stored.
-    const bool mirrored = h.orientation == 1 || h.orientation == 3;
-    const bool upsideDown = h.orientation == 2 || h.orientation == 3;
-    std::vector<uint16_t> line(samples);
-    Progress progress(request, int(h.height));
-    for (uint32_t y = 0; y < rows; ++y) {
-        unpackRow(h.layout, bytes.data() + h.dataOffset + y * stride, samples, line.data());
-        uint8_t *row = out.row(upsideDown ? h.height - 1 - y : y);
-        const uint8_t *table = toByte.data();
-        if (h.descriptor == kAbgr) {
-            for (uint32_t i = 0; i < samples; i += 4) {
-                row[i] = table[line[i + 3]], row[i + 1] = table[line[i + 2]];
-                row[i + 2] = table[line[i + 1]], row[i + 3] = table[line[i]];
-            }
-        } else {
-            for (uint32_t i = 0; i < samples; ++i) row[i] = table[line[i]];
-        }
-        if (mirrored) {
-            const uint32_t n = uint32_t(h.components);
-            for (uint32_t a = 0, b = h.width - 1; a < b; ++a, --b)
-                std::swap_ranges(row + a * n, row + a * n + n, row + b * n);
-        }
-        if (progress.row(int(y))) return ZNT_STOPPED;
-    }
-    return ZNT_OK;
+    raster.mirrored = h.orientation == 1 || h.orientation == 3;
+    raster.upsideDown = h.orientation == 2 || h.orientation == 3;
+    raster.reversed = h.descriptor == kAbgr;
+    return readFilmRaster(source.bytes, raster, request, out, message);
 }
 
 const ZntSaveKind kDpxSaveKinds[] = {
     {ZNT_CM_GREY, 8, 0, 0}, {ZNT_CM_RGB, 24, 0, 0}, {ZNT_CM_RGBA, 32, 0, 0}, {-1, 0, 0, 0}};
-
-void putBe32(uint8_t *at, uint32_t v) { at[0] = uint8_t(v >> 24), at[1] = uint8_t(v >> 16), at[2] = uint8_t(v >> 8), at[3] = uint8_t(v); }
-void putBe16(uint8_t *at, unsigned v) { at[0] = uint8_t(v >> 8), at[1] = uint8_t(v); }
 
 OpStatus writeDpx(FILE *file, const Picture &pic, const FormatParams &params) {
     const uint32_t width = pic.width, height = uint32_t(pic.height);
@@ -222,45 +183,39 @@ OpStatus writeDpx(FILE *file, const Picture &pic, const FormatParams &params) {
     const uint64_t fileSize = kHeaderBytes + stride * height;
 
     uint8_t h[kHeaderBytes] = {};
-    putBe32(h, kMagic);
-    putBe32(h + 4, kHeaderBytes);
+    writeBe32(h, kMagic);
+    writeBe32(h + 4, kHeaderBytes);
     std::memcpy(h + 8, "V2.0", 4);
-    putBe32(h + 16, fileSize > 0xffffffffu ? kUndefined : uint32_t(fileSize));
-    putBe32(h + 20, 1);      // new picture, not a copy of the previous header
-    putBe32(h + 24, 1664);   // generic header: file, image and orientation parts
-    putBe32(h + 28, 384);    // industry header: film and television parts
+    writeBe32(h + 16, fileSize > 0xffffffffu ? kUndefined : uint32_t(fileSize));
+    writeBe32(h + 20, 1);      // new picture, not a copy of the previous header
+    writeBe32(h + 24, 1664);   // generic header: file, image and orientation parts
+    writeBe32(h + 28, 384);    // industry header: film and television parts
     std::memcpy(h + 160, "libzentar", 9);
-    putBe32(h + 660, kUndefined);   // not encrypted
-    putBe16(h + 770, 1);
-    putBe32(h + 772, width);
-    putBe32(h + 776, height);
+    writeBe32(h + 660, kUndefined);   // not encrypted
+    writeBe16(h + 770, 1);
+    writeBe32(h + 772, width);
+    writeBe32(h + 776, height);
     // Elements two to eight are undefined.
     std::memset(h + kElementAt + 72, 0xff, 7 * 72);
     uint8_t *e = h + kElementAt;
-    putBe32(e + 12, tenBits ? 1023 : 255);
-    putBe32(e + 8, kUndefined);
-    putBe32(e + 16, kUndefined);
+    writeBe32(e + 12, tenBits ? 1023 : 255);
+    writeBe32(e + 8, kUndefined);
+    writeBe32(e + 16, kUndefined);
     e[20] = grey ? kLuminance : alpha ? kRgba : kRgb;
     e[21] = e[22] = tenBits && params.useLut ? kPrintingDensity : kLinear;
     e[23] = uint8_t(layout.bits);
-    putBe16(e + 24, tenBits ? 1 : 0);
-    putBe32(e + 28, kHeaderBytes);
+    writeBe16(e + 24, tenBits ? 1 : 0);
+    writeBe32(e + 28, kHeaderBytes);
     // Orientation part: offsets and centres undefined, square pixels.
     std::memset(h + 1408, 0xff, 24);
-    putBe32(h + 1628, 1);
-    putBe32(h + 1632, 1);
+    writeBe32(h + 1628, 1);
+    writeBe32(h + 1632, 1);
 
     FileWriter out(file);
     out.bytes(h, sizeof h);
     std::vector<uint8_t> line(samples), packed(stride, 0);
     for (uint32_t y = 0; y < height; ++y) {
-        if (grey) {
-            rowToGrey(pic, y, line.data());
-        } else if (alpha) {
-            rowToRgba(pic, y, line.data());
-        } else {
-            rowToRgb(pic, y, line.data());
-        }
+        rowToChannels(pic, y, int(components), line.data());
         if (tenBits) {
             packFilled10(line.data(), samples, toLog, components == 1, packed.data());
         } else {

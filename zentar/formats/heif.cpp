@@ -414,12 +414,7 @@ OpStatus writeWith(heif_compression_format codec, FILE *file, const Picture &pic
     int stride = 0;
     uint8_t *plane = heif_image_get_plane(image.get(), heif_channel_interleaved, &stride);
     if (plane == nullptr) return ZNT_NO_MEMORY;
-    for (uint32_t y = 0; y < uint32_t(pic.height); ++y) {
-        if (alpha)
-            rowToRgba(pic, y, plane + size_t(y) * size_t(stride));
-        else
-            rowToRgb(pic, y, plane + size_t(y) * size_t(stride));
-    }
+    for (uint32_t y = 0; y < uint32_t(pic.height); ++y) rowToChannels(pic, y, alpha ? 4 : 3, plane + size_t(y) * size_t(stride));
 
     std::unique_ptr<heif_encoding_options, EncodingOptionsFree> options(heif_encoding_options_alloc());
     if (!options) return ZNT_NO_MEMORY;

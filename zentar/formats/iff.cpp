@@ -129,56 +129,21 @@ OpStatus readHeader(const Source &source, uint32_t, Header &header) {
     return ZNT_OK;
 }
 
-// ByteRun1, decoded as one stream: rows follow one another, and a run that
-// some writer let cross a row boundary still decodes.
-class Body {
-public:
-    Body(Bytes data, bool packed) : data_(data), packed_(packed) {}
-
-    bool row(uint8_t *out, size_t count) {
-        if (!packed_) {
-            if (data_.size() - pos_ < count) return false;
-            std::memcpy(out, data_.data() + pos_, count);
-            pos_ += count;
+// ByteRun1: n from 0 to 127 is n + 1 literal bytes, -1 to -127 repeats
+// the next byte 1 - n times, -128 does nothing.
+struct ByteRun1 {
+    static bool next(Bytes data, size_t &pos, Run &run) {
+        if (pos >= data.size()) return false;
+        const int8_t c = int8_t(data[pos++]);
+        if (c == -128) return true;
+        if (c >= 0) {
+            run = Run{uint32_t(c) + 1, true, 0};
             return true;
         }
-        while (count > 0) {
-            if (left_ == 0) {
-                if (pos_ >= data_.size()) return false;
-                const int8_t c = int8_t(data_[pos_++]);
-                if (c == -128) continue;
-                if (c >= 0) {
-                    left_ = uint32_t(c) + 1;
-                    literal_ = true;
-                } else {
-                    if (pos_ >= data_.size()) return false;
-                    left_ = uint32_t(-c) + 1;
-                    literal_ = false;
-                    value_ = data_[pos_++];
-                }
-            }
-            const size_t n = std::min<size_t>(left_, count);
-            if (literal_) {
-                if (data_.size() - pos_ < n) return false;
-                std::memcpy(out, data_.data() + pos_, n);
-                pos_ += n;
-            } else {
-                std::memset(out, value_, n);
-            }
-            out += n;
-            count -= n;
-            left_ -= uint32_t(n);
-        }
+        if (pos >= data.size()) return false;
+        run = Run{uint32_t(-c) + 1, false, data[pos++]};
         return true;
     }
-
-private:
-    Bytes data_;
-    bool packed_;
-    size_t pos_ = 0;
-    uint32_t left_ = 0;
-    bool literal_ = false;
-    uint8_t value_ = 0;
 };
 
 OpStatus readPixels(const Source &source, const LoadRequest &request, OwnedPicture &out, std::string &message) {
@@ -236,7 +201,7 @@ OpStatus readPixels(const Source &source, const LoadRequest &request, OwnedPictu
 
     const uint32_t planeBytes = h.planeBytes();
     std::vector<uint8_t> line(size_t(h.rowBytes()) + 8), indexes((size_t(w) + 7) / 8 * 8 * 4);
-    Body body(h.body, h.compression == 1);
+    RunRows<ByteRun1> body(h.body, h.compression == 1);
     Progress progress(request, int(height));
     uint32_t y = 0;
     for (; y < height; ++y) {
@@ -350,14 +315,8 @@ OpStatus writeIff(FILE *file, const Picture &pic, const FormatParams &params) {
     const bool packed = params.rleCompress != 0;
     const bool indexed = pic.type == ZNT_GREY || pic.type == ZNT_PALETTE;
     const bool trueColour = isTrueColor(pic.type);
-    uint32_t colours = pic.type == ZNT_BINARY ? 2 : indexed ? std::clamp<uint32_t>(pic.numberOfColors, 1, 256) : 0;
-    uint8_t palette[768] = {};
-    if (pic.type == ZNT_BINARY)
-        palette[1] = palette[257] = palette[513] = 255;
-    else if (pic.type == ZNT_GREY)
-        setGreyRamp(palette, int(colours));
-    else if (pic.type == ZNT_PALETTE && pic.palette != nullptr)
-        std::memcpy(palette, pic.palette, 768);
+    uint8_t palette[768];
+    const uint32_t colours = writerPalette(pic, palette);
     int planes = 24;
     if (!trueColour) {
         planes = 1;

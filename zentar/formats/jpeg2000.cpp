@@ -389,12 +389,7 @@ OpStatus writeWith(OPJ_CODEC_FORMAT codecFormat, FILE *file, const Picture &pic,
     if (alpha) image->comps[3].alpha = 1;
     std::vector<uint8_t> row(size_t(w) * 4);
     for (uint32_t y = 0; y < h; ++y) {
-        if (grey)
-            rowToGrey(pic, y, row.data());
-        else if (alpha)
-            rowToRgba(pic, y, row.data());
-        else
-            rowToRgb(pic, y, row.data());
+        rowToChannels(pic, y, int(count), row.data());
         for (uint32_t c = 0; c < count; ++c) {
             OPJ_INT32 *out = image->comps[c].data + size_t(y) * w;
             const uint8_t *in = row.data() + c;

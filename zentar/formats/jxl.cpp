@@ -231,22 +231,8 @@ OpStatus writeJxl(FILE *file, const Picture &pic, const FormatParams &params) {
     const bool alpha = hasMask(pic.type);
     const bool grey = pic.type == ZNT_GREY;
     const uint32_t channels = alpha ? 4 : grey ? 1 : 3;
-    const size_t stride = size_t(pic.width) * channels;
     std::vector<uint8_t> pixels;
-    try {
-        pixels.resize(stride * size_t(pic.height));
-    } catch (const std::bad_alloc &) {
-        return ZNT_NO_MEMORY;
-    }
-    for (uint32_t y = 0; y < uint32_t(pic.height); ++y) {
-        uint8_t *row = pixels.data() + y * stride;
-        if (alpha)
-            rowToRgba(pic, y, row);
-        else if (grey)
-            rowToGrey(pic, y, row);
-        else
-            rowToRgb(pic, y, row);
-    }
+    if (!pictureToChannels(pic, int(channels), pixels)) return ZNT_NO_MEMORY;
 
     std::unique_ptr<JxlEncoder, EncoderDestroy> encoder(JxlEncoderCreate(nullptr));
     Runner runner = makeRunner();

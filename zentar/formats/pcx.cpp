@@ -300,15 +300,8 @@ OpStatus write(FILE *file, const Picture &pic, const FormatParams &params) {
     if (w > 65534 || height > 65535) return ZNT_CANT_SAVE;
     const bool rle = params.rleCompress != 0;
     const bool indexed = pic.type == ZNT_GREY || pic.type == ZNT_PALETTE;
-    const uint32_t colours = pic.type == ZNT_BINARY ? 2 : indexed ? std::clamp<uint32_t>(pic.numberOfColors, 1, 256) : 0;
-    uint8_t palette[768] = {};
-    if (pic.type == ZNT_BINARY) {
-        palette[1] = palette[257] = palette[513] = 255;
-    } else if (pic.type == ZNT_GREY) {
-        setGreyRamp(palette, int(colours));
-    } else if (pic.type == ZNT_PALETTE && pic.palette != nullptr) {
-        std::memcpy(palette, pic.palette, 768);
-    }
+    uint8_t palette[768];
+    const uint32_t colours = writerPalette(pic, palette);
     const bool planar = indexed && colours <= 16;
     const int bits = pic.type == ZNT_BINARY || planar ? 1 : 8;
     const int planes = pic.type == ZNT_BINARY ? 1 : planar ? 4 : indexed ? 1 : 3;
@@ -319,17 +312,16 @@ OpStatus write(FILE *file, const Picture &pic, const FormatParams &params) {
     header[1] = 5;
     header[2] = rle ? 1 : 0;
     header[3] = uint8_t(bits);
-    auto put16 = [&](size_t at, uint32_t v) { header[at] = uint8_t(v), header[at + 1] = uint8_t(v >> 8); };
-    put16(8, w - 1);
-    put16(10, height - 1);
-    put16(12, pic.resolutionX ? std::min<uint32_t>(pic.resolutionX, 65535) : 72);
-    put16(14, pic.resolutionY ? std::min<uint32_t>(pic.resolutionY, 65535) : 72);
+    writeLe16(header + 8, w - 1);
+    writeLe16(header + 10, height - 1);
+    writeLe16(header + 12, pic.resolutionX ? std::min<uint32_t>(pic.resolutionX, 65535) : 72);
+    writeLe16(header + 14, pic.resolutionY ? std::min<uint32_t>(pic.resolutionY, 65535) : 72);
     if (bits == 1)
         for (int i = 0; i < 16; ++i)
             header[16 + 3 * i] = palette[i], header[17 + 3 * i] = palette[256 + i], header[18 + 3 * i] = palette[512 + i];
     header[65] = uint8_t(planes);
-    put16(66, bpl);
-    put16(68, pic.type == ZNT_GREY ? 2 : 1);
+    writeLe16(header + 66, bpl);
+    writeLe16(header + 68, pic.type == ZNT_GREY ? 2 : 1);
 
     FileWriter out(file);
     out.bytes(header, sizeof header);

@@ -25,6 +25,59 @@ inline bool canHold(uint64_t pixelBytes, uint64_t available, uint64_t ratio, boo
     return pixelBytes <= available * ratio * (lenient ? 16 : 1);
 }
 
+// One run of a run-length coded stream: `length` bytes, copied from the
+// stream (literal) or all `value`.
+struct Run {
+    uint32_t length = 0;
+    bool literal = false;
+    uint8_t value = 0;
+};
+
+// The pixel bytes of a file, stored as they are or run-length coded, taken
+// a row at a time. A run may carry on into the next row, as some writers
+// let it. `Codes::next(data, pos, run)` reads one code at `pos`, moving it
+// on, into `run` (a code may stand for nothing: length 0), and answers
+// false when the data ends; it is called once a run, not once a byte.
+template <class Codes>
+class RunRows {
+public:
+    RunRows(Bytes data, bool coded) : data_(data), coded_(coded) {}
+
+    // Fills `count` bytes; false when the data ends first.
+    bool row(uint8_t *out, size_t count) {
+        if (!coded_) {
+            if (data_.size() - pos_ < count) return false;
+            std::memcpy(out, data_.data() + pos_, count);
+            pos_ += count;
+            return true;
+        }
+        while (count > 0) {
+            if (run_.length == 0) {
+                if (!Codes::next(data_, pos_, run_)) return false;
+                continue;
+            }
+            const size_t n = std::min<size_t>(run_.length, count);
+            if (run_.literal) {
+                if (data_.size() - pos_ < n) return false;
+                std::memcpy(out, data_.data() + pos_, n);
+                pos_ += n;
+            } else {
+                std::memset(out, run_.value, n);
+            }
+            out += n;
+            count -= n;
+            run_.length -= uint32_t(n);
+        }
+        return true;
+    }
+
+private:
+    Bytes data_;
+    bool coded_;
+    size_t pos_ = 0;
+    Run run_;
+};
+
 // An RGBA picture whose mask is opaque everywhere becomes RGB in place: a
 // load gives the simplest kind that holds the file. The buffer stays as it
 // was allocated; only the rows are packed closer.

@@ -225,12 +225,7 @@ OpStatus writeSgi(FILE *file, const Picture &pic, const FormatParams &params) {
     std::vector<uint8_t> pixels(size_t(w) * 4), plane(size_t(w) * channels * height);
     for (uint32_t i = 0; i < height; ++i) {
         const uint32_t y = height - 1 - i;
-        if (channels == 1)
-            rowToGrey(pic, y, pixels.data());
-        else if (channels == 4)
-            rowToRgba(pic, y, pixels.data());
-        else
-            rowToRgb(pic, y, pixels.data());
+        rowToChannels(pic, y, int(channels), pixels.data());
         for (uint32_t z = 0; z < channels; ++z) {
             uint8_t *o = plane.data() + (size_t(z) * height + i) * w;
             const uint8_t *s = pixels.data() + z;
@@ -239,14 +234,13 @@ OpStatus writeSgi(FILE *file, const Picture &pic, const FormatParams &params) {
     }
 
     uint8_t header[kHeaderBytes] = {};
-    header[0] = uint8_t(kMagic >> 8), header[1] = uint8_t(kMagic);
+    writeBe16(header, kMagic);
     header[2] = rle ? 1 : 0;
     header[3] = 1;
-    auto put16 = [&](size_t at, uint32_t v) { header[at] = uint8_t(v >> 8), header[at + 1] = uint8_t(v); };
-    put16(4, channels == 1 ? 2 : 3);
-    put16(6, w);
-    put16(8, height);
-    put16(10, channels);
+    writeBe16(header + 4, channels == 1 ? 2 : 3);
+    writeBe16(header + 6, w);
+    writeBe16(header + 8, height);
+    writeBe16(header + 10, channels);
     header[19] = 255;   // samples from 0 to 255
     FileWriter out(file);
     out.bytes(header, sizeof header);

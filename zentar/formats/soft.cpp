@@ -257,15 +257,12 @@ OpStatus writeSoft(FILE *file, const Picture &pic, const FormatParams &params) {
     const uint8_t encoding = params.rleCompress ? kMixedRuns : kRaw;
 
     uint8_t header[kHeaderBytes] = {};
-    auto put32 = [&](size_t at, uint32_t v) {
-        header[at] = uint8_t(v >> 24), header[at + 1] = uint8_t(v >> 16), header[at + 2] = uint8_t(v >> 8), header[at + 3] = uint8_t(v);
-    };
-    put32(0, kMagic);
-    put32(4, 0x406d70a4);   // version 3.71 as a 32-bit float
+    writeBe32(header, kMagic);
+    writeBe32(header + 4, 0x406d70a4);   // version 3.71 as a 32-bit float
     std::memcpy(header + 88, "PICT", 4);
-    header[92] = uint8_t(w >> 8), header[93] = uint8_t(w);
-    header[94] = uint8_t(height >> 8), header[95] = uint8_t(height);
-    put32(96, 0x3f800000);   // square pixels: aspect 1.0
+    writeBe16(header + 92, w);
+    writeBe16(header + 94, height);
+    writeBe32(header + 96, 0x3f800000);   // square pixels: aspect 1.0
     header[101] = 3;         // both fields: a full frame
     FileWriter out(file);
     out.bytes(header, sizeof header);

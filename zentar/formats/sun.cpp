@@ -81,50 +81,21 @@ OpStatus readHeader(const Source &source, uint32_t, Header &header) {
     return ZNT_OK;
 }
 
-// The byte stream of the pixels, raw or with runs escaped by 0x80: 0x80 0
-// is one 0x80, 0x80 n v is n + 1 times v. A run may carry on into the next row.
-class Rows {
-public:
-    Rows(Bytes data, bool encoded) : data_(data), encoded_(encoded) {}
-
-    bool row(uint8_t *out, size_t count) {
-        if (!encoded_) {
-            if (data_.size() - pos_ < count) return false;
-            std::memcpy(out, data_.data() + pos_, count);
-            pos_ += count;
-            return true;
-        }
-        while (count > 0) {
-            if (left_ == 0) {
-                if (pos_ >= data_.size()) return false;
-                const uint8_t c = data_[pos_++];
-                left_ = 1;
-                value_ = c;
-                if (c == 0x80) {
-                    if (pos_ >= data_.size()) return false;
-                    const uint8_t n = data_[pos_++];
-                    if (n != 0) {
-                        if (pos_ >= data_.size()) return false;
-                        left_ = uint32_t(n) + 1;
-                        value_ = data_[pos_++];
-                    }
-                }
-            }
-            const size_t n = std::min<size_t>(left_, count);
-            std::memset(out, value_, n);
-            out += n;
-            count -= n;
-            left_ -= uint32_t(n);
-        }
+// Runs escaped by 0x80: 0x80 0 is one 0x80, 0x80 n v is n + 1 times v,
+// any other byte stands for itself.
+struct EscapedRuns {
+    static bool next(Bytes data, size_t &pos, Run &run) {
+        if (pos >= data.size()) return false;
+        const uint8_t c = data[pos++];
+        run = Run{1, false, c};
+        if (c != 0x80) return true;
+        if (pos >= data.size()) return false;
+        const uint8_t n = data[pos++];
+        if (n == 0) return true;
+        if (pos >= data.size()) return false;
+        run = Run{uint32_t(n) + 1, false, data[pos++]};
         return true;
     }
-
-private:
-    Bytes data_;
-    bool encoded_;
-    size_t pos_ = 0;
-    uint32_t left_ = 0;
-    uint8_t value_ = 0;
 };
 
 OpStatus readPixels(const Source &source, const LoadRequest &request, OwnedPicture &out, std::string &message) {
@@ -164,7 +135,7 @@ OpStatus readPixels(const Source &source, const LoadRequest &request, OwnedPictu
     }
 
     std::vector<uint8_t> line(size_t(stride) + 8);
-    Rows rows(data, encoded);
+    RunRows<EscapedRuns> rows(data, encoded);
     const bool rgbOrder = h.type == kRgb;
     Progress progress(request, int(height));
     uint32_t y = 0;
@@ -211,12 +182,9 @@ OpStatus writeSun(FILE *file, const Picture &pic, const FormatParams &params) {
     const bool binary = pic.type == ZNT_BINARY;
     const bool indexed = pic.type == ZNT_GREY || pic.type == ZNT_PALETTE;
     const uint32_t depth = binary ? 1 : indexed ? 8 : 24;
-    const uint32_t colours = indexed ? std::clamp<uint32_t>(pic.numberOfColors, 1, 256) : 0;
-    uint8_t palette[768] = {};
-    if (pic.type == ZNT_GREY)
-        setGreyRamp(palette, int(colours));
-    else if (pic.type == ZNT_PALETTE && pic.palette != nullptr)
-        std::memcpy(palette, pic.palette, 768);
+    uint8_t palette[768];
+    const uint32_t entries = writerPalette(pic, palette);
+    const uint32_t colours = indexed ? entries : 0;   // a bitmap has no map
     const uint64_t stride = (uint64_t(w) * depth + 15) / 16 * 2;
     const uint64_t length = stride * height;
     if (length + kHeaderBytes + 768 > UINT32_MAX) return ZNT_CANT_SAVE;

@@ -360,15 +360,9 @@ OpStatus writeTga(FILE *file, const Picture &pic, const FormatParams &params) {
     const bool alpha = hasMask(pic.type);
     uint8_t type = mapped ? kMapped : pic.type == ZNT_GREY ? kGrey : kTrue;
     const int pb = mapped || type == kGrey ? 1 : alpha ? 4 : 3;
-    uint32_t colours = 0;
-    uint8_t palette[768] = {};
-    if (pic.type == ZNT_BINARY) {
-        colours = 2;
-        palette[1] = palette[257] = palette[513] = 255;
-    } else if (pic.type == ZNT_PALETTE) {
-        colours = std::clamp<uint32_t>(pic.numberOfColors, 1, 256);
-        if (pic.palette) std::memcpy(palette, pic.palette, 768);
-    }
+    uint8_t palette[768];
+    const uint32_t entries = writerPalette(pic, palette);
+    const uint32_t colours = mapped ? entries : 0;   // grey is stored without a map
     if (rle) type = uint8_t(type + 8);
 
     FileWriter out(file);

@@ -246,20 +246,10 @@ OpStatus writeWebp(FILE *file, const Picture &pic, const FormatParams &params) {
     if (!WebPValidateConfig(&config)) return ZNT_INTERNAL;
 
     // The picture as plain RGB or RGBA rows, as the encoder imports them.
-    const size_t channels = alpha ? 4 : 3;
-    const size_t stride = size_t(pic.width) * channels;
+    const int channels = alpha ? 4 : 3;
+    const size_t stride = size_t(pic.width) * size_t(channels);
     std::vector<uint8_t> pixels;
-    try {
-        pixels.resize(stride * size_t(pic.height));
-    } catch (const std::bad_alloc &) {
-        return ZNT_NO_MEMORY;
-    }
-    for (uint32_t y = 0; y < uint32_t(pic.height); ++y) {
-        if (alpha)
-            rowToRgba(pic, y, pixels.data() + y * stride);
-        else
-            rowToRgb(pic, y, pixels.data() + y * stride);
-    }
+    if (!pictureToChannels(pic, channels, pixels)) return ZNT_NO_MEMORY;
 
     WebPPicture picture;
     if (!WebPPictureInit(&picture)) return ZNT_INTERNAL;
